@@ -1,0 +1,135 @@
+#include "Host/Agent.h"
+
+#include "Host/AgentLog.h"
+#include "Host/AgentService.h"
+#include "Host/CommandServer.h"
+#include "Host/CommandSocket.h"
+#include "Host/LoopTimer.h"
+#include "Host/SignalQueue.h"
+#include "Host/StartReport.h"
+#include "Host/Supervisor.h"
+#include "Host/SystemdNotify.h"
+#include "Host/WarmRestart.h"
+#include "Platform/Framework/Assert.h"
+#include "Platform/Logging/RingTrace.h"
+#include "Platform/Logging/Syslog.h"
+
+#include <cstdlib>
+#include <sys/epoll.h>
+
+namespace KelHost {
+
+namespace {
+
+// For the hook that runs when the process aborts.
+const WarmRestart * abortingAgent = nullptr;
+
+void handleAbort() {
+    if ( abortingAgent != nullptr ) {
+        abortingAgent->pendingIs( true );
+    }
+    Kel::ringTraceWrite( STDERR_FILENO );
+}
+
+class Agent {
+  public:
+    Agent( const AgentOptions & options, const AgentLog & log )
+        : options_( options ),
+          log_( log ),
+          signals_{ SIGTERM, SIGINT, SIGHUP },
+          config_( options.config ),
+          socket_( options.socketPath ),
+          warmRestart_( options.socketPath ),
+          timer_( loop_ ),
+          runtime_( activityManager_, startDocument() ),
+          service_( runtime_, options.config, config_, log_, notify_ ),
+          server_( socket_.fd(), loop_, activityManager_.scheduler(),
+                   [this]( const Request & request ) { return service_.answer( request ); } ),
+          signalWatch_( loop_, signals_.fd(), EPOLLIN, [this]( U32 ) { handleSignals(); } ) {
+        activityManager_.exitHandlerIs( [this]( int status ) { handleExit( status ); } );
+        Kel::syslogTimeSourceIs( [this] { return activityManager_.now(); } );
+        loop_.beforeEventIs( [this] { runtime_.advanceTo( timer_.now() ); } );
+        abortingAgent = &warmRestart_;
+        Kel::abortHookIs( handleAbort );
+    }
+    ~Agent() {
+        abortingAgent = nullptr;
+        Kel::syslogTimeSourceIs( nullptr );
+    }
+    Agent( const Agent & ) = delete;
+    Agent & operator=( const Agent & ) = delete;
+
+    void run( ChipAccess & chip ) {
+        runtime_.start( chip );
+        reportStart( log_, runtime_, options_.config, options_.socketPath, options_.program,
+                     options_.socketOption );
+        notify_.ready( programmedText( runtime_ ) );
+        while ( !stopping_ ) {
+            timer_.dueIs( activityManager_.scheduler().nextDue() );
+            loop_.wait();
+        }
+        notify_.stopping();
+        server_.flush();
+        warmRestart_.pendingIs( false );
+        log_.info( "stopped" );
+    }
+
+  private:
+    const SwitchDocument & startDocument() {
+        if ( warmRestart_.pending() ) {
+            config_.dropCounters();
+            log_.info( "warm restart: the counter stores are empty" );
+        }
+        return config_.document;
+    }
+
+    void handleSignals() {
+        while ( const int signal = signals_.take() ) {
+            if ( signal == SIGHUP ) {
+                service_.reload();
+            } else {
+                stopping_ = true;
+            }
+        }
+    }
+
+    // Destructors are not to run: what the library was doing is still on the stack.
+    [[noreturn]] void handleExit( int status ) {
+        warmRestart_.pendingIs( true );
+        log_.error( "the switch software ended itself with status " + std::to_string( status ) +
+                    "; the next start is a warm restart" );
+        notify_.stopping();
+        server_.flush();
+        socket_.close();
+        std::_Exit( status );
+    }
+
+    const AgentOptions & options_;
+    const AgentLog & log_;
+    SignalQueue signals_;
+    AgentConfig config_;
+    CommandSocket socket_;
+    WarmRestart warmRestart_;
+    SystemdNotify notify_;
+    EventLoop loop_;
+    LoopTimer timer_;
+    Kel::ActivityManager activityManager_;
+    SwitchRuntime runtime_;
+    AgentService service_;
+    CommandServer server_;
+    EventLoop::Watch signalWatch_;
+    bool stopping_ = false;
+};
+
+} // namespace
+
+int runAgent( const AgentOptions & options, ChipAccess & chip ) {
+    const AgentLog log( options.foreground );
+    const auto run = [&] {
+        Agent( options, log ).run( chip );
+        return EXIT_SUCCESS;
+    };
+    return options.supervise ? supervise( run, WarmRestart( options.socketPath ), log ) : run();
+}
+
+} // namespace KelHost

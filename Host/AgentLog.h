@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+namespace KelHost {
+
+// Where an agent tells what happens: syslog(3), or standard error. As long as one exists, the
+// process's syslog messages and trace lines go there too. On standard error:
+//     kelqos: TEXT
+//     kelqos: syslog SEVERITY MNEMONIC TEXT
+//     FILE:LINE FUNCTION HANDLE/LEVEL TEXT
+class AgentLog {
+  public:
+    explicit AgentLog( bool toStandardError );
+    ~AgentLog();
+    AgentLog( const AgentLog & ) = delete;
+    AgentLog & operator=( const AgentLog & ) = delete;
+
+    void info( const std::string & text ) const;
+    void error( const std::string & text ) const;
+
+  private:
+    bool toStandardError_;
+};
+
+} // namespace KelHost

@@ -1,0 +1,150 @@
+#include "Host/AgentService.h"
+
+#include "Host/AnswerFile.h"
+#include "Host/DocumentTransition.h"
+#include "Host/JsonReader.h"
+#include "Host/SwitchDocumentDecoder.h"
+#include "KelQos/KelSliceQosCli.h"
+#include "KelQos/KelSliceQosSm.h"
+#include "Platform/Logging/RingTrace.h"
+
+#include <algorithm>
+
+namespace KelHost {
+
+namespace {
+
+constexpr std::string_view countersMember = "counters";
+
+JsonValue emptyStore() { return JsonValue( JsonObject{} ); }
+
+Answer refused( std::string text ) { return { AnswerStatus::refused, std::move( text ) }; }
+
+JsonValue documentOf( JsonValue counters ) {
+    JsonObject root;
+    *root.add( std::string( countersMember ) ) = std::move( counters );
+    return JsonValue( std::move( root ) );
+}
+
+// A feed may be a patch of the counters, or of a document that has nothing else.
+const JsonValue & countersPatch( const JsonValue & patch, const DocumentPlace & place ) {
+    const auto * object = patch.as<JsonObject>();
+    if ( object == nullptr ) {
+        place.refuse( "", "must be an object: a merge patch of the counters" );
+    }
+    const JsonValue * counters = object->find( countersMember );
+    if ( counters == nullptr ) {
+        return patch;
+    }
+    if ( object->size() != 1 ) {
+        place.refuse( "", "must have no other member beside \"counters\"; the configuration is "
+                          "changed by a reload" );
+    }
+    return *counters;
+}
+
+} // namespace
+
+AgentConfig::AgentConfig( const std::string & file ) {
+    const JsonValue root = readJsonFile( file );
+    document = decodeSwitchDocument( root, { .file = file } );
+    const JsonValue * found = root.as<JsonObject>()->find( countersMember );
+    counters = found == nullptr ? emptyStore() : *found;
+}
+
+void AgentConfig::dropCounters() {
+    document.counters.clear();
+    document.countersLastClear.clear();
+    counters = emptyStore();
+}
+
+AgentService::AgentService( SwitchRuntime & runtime, std::string file, const AgentConfig & config,
+                            const AgentLog & log, const SystemdNotify & notify )
+    : runtime_( runtime ),
+      file_( std::move( file ) ),
+      counters_( config.counters ),
+      log_( log ),
+      notify_( notify ) {}
+
+Answer AgentService::answer( const Request & request ) noexcept {
+    try {
+        return act( request );
+    } catch ( const std::exception & error ) {
+        return refused( error.what() );
+    }
+}
+
+Answer AgentService::act( const Request & request ) {
+    switch ( request.kind ) {
+    case RequestKind::command:
+        return command( request.body );
+    case RequestKind::reload:
+        return reload();
+    case RequestKind::feed:
+        return feed( request.body );
+    case RequestKind::clearCounters:
+        runtime_.clearCounters();
+        return {};
+    case RequestKind::ring:
+        return { AnswerStatus::done, Kel::ringTraceText() };
+    }
+    return refused( "unknown request" );
+}
+
+Answer AgentService::command( const std::string & text ) {
+    using Verdict = KelQos::KelSliceQosCli::Verdict;
+    // The number of the device and a colon in front, so that a colon of the command's own is part
+    // of the command.
+    const std::string request = std::to_string( runtime_.document().device.id ) + ":" + text;
+    const Verdict verdict = runtime_.sliceQosSm().cliCallback()->verdict( request );
+    if ( verdict == Verdict::interfaceNameMissing ) {
+        return refused( "interface name missing" );
+    }
+    const AnswerFile output;
+    runtime_.deliver( request, output.fd() );
+    return { verdict == Verdict::answered ? AnswerStatus::done : AnswerStatus::refused,
+             output.text() };
+}
+
+SwitchDocument AgentService::reread() const {
+    SwitchDocument next = AgentConfig( file_ ).document;
+    next.counters = runtime_.document().counters;
+    next.countersLastClear = runtime_.document().countersLastClear;
+    checkTransition( runtime_.document(), next, { .file = file_ } );
+    return next;
+}
+
+Answer AgentService::reload() noexcept {
+    notify_.reloading();
+    Answer answer;
+    try {
+        runtime_.documentIs( reread() );
+        answer.text = "reloaded " + file_;
+        log_.info( answer.text );
+    } catch ( const std::exception & error ) {
+        answer = refused( error.what() );
+        log_.error( "reload refused, the configuration stays as it was: " + answer.text );
+    }
+    notify_.ready( answer.text );
+    answer.text += '\n';
+    return answer;
+}
+
+Answer AgentService::feed( const std::string & body ) {
+    const std::size_t nameEnd = std::min( body.find( '\n' ), body.size() );
+    DocumentPlace place{ .file = body.substr( 0, nameEnd ) };
+    const std::size_t jsonBegin = std::min( nameEnd + 1, body.size() );
+    const JsonValue patch = readJson( std::string_view( body ).substr( jsonBegin ), place.file );
+    JsonValue counters = mergePatch( counters_, countersPatch( patch, place ) );
+    if ( counters.isNull() ) {
+        counters = emptyStore(); // a document's patch took the member away
+    }
+    place.afterPatch = true;
+    SwitchDocument next = runtime_.document();
+    next.counters = decodeSwitchDocument( documentOf( counters ), place ).counters;
+    counters_ = std::move( counters );
+    runtime_.documentIs( std::move( next ) );
+    return {};
+}
+
+} // namespace KelHost

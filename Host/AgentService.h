@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Host/AgentLog.h"
+#include "Host/JsonValue.h"
+#include "Host/Protocol.h"
+#include "Host/SwitchRuntime.h"
+#include "Host/SystemdNotify.h"
+
+#include <string>
+
+namespace KelHost {
+
+// A configuration file as an agent reads it.
+struct AgentConfig {
+    // Throws DocumentError when the file cannot be read or anything in it is refused.
+    explicit AgentConfig( const std::string & file );
+
+    // Makes both counter stores empty.
+    void dropCounters();
+
+    SwitchDocument document;
+    JsonValue counters; // the document's counters as they are written
+};
+
+// What can be asked of a running switch, and done to it from outside. Nothing in here waits.
+class AgentService {
+  public:
+    // `config` is what the runtime runs; `file`, where it came from, is read again by a reload.
+    // The other arguments must outlive this.
+    AgentService( SwitchRuntime & runtime, std::string file, const AgentConfig & config,
+                  const AgentLog & log, const SystemdNotify & notify );
+
+    // Never throws: whatever goes wrong is a refusal, and has changed nothing.
+    Answer answer( const Request & request ) noexcept;
+
+    // Reads the configuration file again and applies what differs, but for the counters: theirs
+    // come from feed() alone once the switch runs. A file that is refused, as a document or as the
+    // successor of the present one, changes nothing. The log tells either way.
+    Answer reload() noexcept;
+
+  private:
+    Answer act( const Request & request );
+    Answer command( const std::string & text );
+    Answer feed( const std::string & body );
+    SwitchDocument reread() const;
+
+    SwitchRuntime & runtime_;
+    std::string file_;
+    JsonValue counters_; // live, as a feed patches them
+    const AgentLog & log_;
+    const SystemdNotify & notify_;
+};
+
+} // namespace KelHost

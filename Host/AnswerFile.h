@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+namespace KelHost {
+
+// Where a command writes its answer: a descriptor that takes an answer of any length at once, and
+// so can neither block the writer nor cut it short. It lives in memory.
+class AnswerFile {
+  public:
+    // Throws std::system_error when the system has no descriptor left.
+    AnswerFile();
+    ~AnswerFile();
+    AnswerFile( const AnswerFile & ) = delete;
+    AnswerFile & operator=( const AnswerFile & ) = delete;
+
+    int fd() const { return fd_; }
+
+    // All that was written so far. Throws std::system_error when it cannot be read.
+    std::string text() const;
+
+  private:
+    int fd_;
+};
+
+} // namespace KelHost

@@ -1,0 +1,108 @@
+#include "Host/CommandSocket.h"
+
+#include "Host/UnixSocket.h"
+
+#include <cstring>
+#include <fcntl.h>
+#include <stdexcept>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+namespace KelHost {
+
+namespace {
+
+[[noreturn]] void refuse( const std::string & path, const std::string & why ) {
+    throw std::runtime_error( "cannot listen on " + path + ": " + why );
+}
+
+[[noreturn]] void refuseInUse( const std::string & path ) {
+    refuse( path, "another agent is running there" );
+}
+
+std::string lockOf( const std::string & path ) { return path + ".lock"; }
+
+// Whether the open file is the one that has that name now.
+bool isFileOfName( int fd, const std::string & name ) {
+    struct stat open {};
+    struct stat named {};
+    return fstat( fd, &open ) == 0 && stat( name.c_str(), &named ) == 0 &&
+           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+}
+
+FileDescriptor claimed( const std::string & path ) {
+    const std::string name = lockOf( path );
+    while ( true ) {
+        FileDescriptor lock(
+            open( name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600 ) );
+        if ( !lock ) {
+            refuse( path, "cannot open " + name + ": " + std::strerror( errno ) );
+        }
+        if ( flock( lock.get(), LOCK_EX | LOCK_NB ) != 0 ) {
+            refuseInUse( path );
+        }
+        // Its last owner may have removed it between the two calls; then the name is free or
+        // somebody else's.
+        if ( isFileOfName( lock.get(), name ) ) {
+            return lock;
+        }
+    }
+}
+
+// With the claim in hand: whatever socket is there belongs to nobody, unless somebody removed the
+// lock file of a living agent.
+void removeStaleSocket( const std::string & path ) {
+    struct stat found {};
+    if ( lstat( path.c_str(), &found ) != 0 ) {
+        return; // what else may be wrong, bind() tells
+    }
+    if ( !S_ISSOCK( found.st_mode ) ) {
+        refuse( path, "it is there and is no socket" );
+    }
+    if ( connectedTo( path, SOCK_NONBLOCK ) || errno == EAGAIN ) {
+        refuseInUse( path );
+    }
+    (void)unlink( path.c_str() );
+}
+
+FileDescriptor listening( const std::string & path ) {
+    const UnixAddress address( path );
+    FileDescriptor listener(
+        checkedResult( socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0 ),
+                       "cannot make a socket" ) );
+    // The socket never has wider permissions than these, not even for a moment.
+    const mode_t usual = umask( 0117 );
+    const int bound = bind( listener.get(), address.get(), address.size );
+    const int error = errno;
+    umask( usual );
+    if ( bound != 0 ) {
+        refuse( path, std::strerror( error ) );
+    }
+    if ( listen( listener.get(), SOMAXCONN ) != 0 ) {
+        refuse( path, std::strerror( errno ) );
+    }
+    return listener;
+}
+
+} // namespace
+
+CommandSocket::CommandSocket( const std::string & path ) : path_( path ) {
+    const UnixAddress fits( path );
+    lock_ = claimed( path );
+    removeStaleSocket( path );
+    listener_ = listening( path );
+}
+
+CommandSocket::~CommandSocket() { close(); }
+
+void CommandSocket::close() {
+    if ( listener_ ) {
+        (void)unlink( path_.c_str() );
+        (void)unlink( lockOf( path_ ).c_str() );
+        listener_ = FileDescriptor();
+        lock_ = FileDescriptor();
+    }
+}
+
+} // namespace KelHost

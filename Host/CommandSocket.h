@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Host/FileDescriptor.h"
+
+#include <string>
+
+namespace KelHost {
+
+// The socket on which an agent listens, and the claim to its path. The claim is a lock on the file
+// PATH.lock: it ends with the process, so a socket that was left behind is told from one that is in
+// use, and of two agents that start at one moment one is refused.
+class CommandSocket {
+  public:
+    // Listens, in the place of a socket that nobody uses any more. Owner and group may connect.
+    // Throws std::runtime_error, with a text for the user, when another agent has the path, when
+    // something else than a socket is there, or when the system refuses.
+    explicit CommandSocket( const std::string & path );
+    ~CommandSocket();
+    CommandSocket( const CommandSocket & ) = delete;
+    CommandSocket & operator=( const CommandSocket & ) = delete;
+
+    const std::string & path() const { return path_; }
+    // Listening; it does not block.
+    int fd() const { return listener_.get(); }
+
+    // Stops listening and gives up the path, as destruction does.
+    void close();
+
+  private:
+    std::string path_;
+    FileDescriptor lock_;
+    FileDescriptor listener_;
+};
+
+} // namespace KelHost

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace KelHost {
+
+// The environment variable that names the agent's socket, for agent and client.
+inline constexpr const char * socketVariable = "KELQOS_SOCKET";
+
+// Where agents listen and clients look when nobody names a socket, best place first:
+//     /run/kelqos/agent.sock                       the system's agent
+//     $XDG_RUNTIME_DIR/kelqos/agent.sock           that of a user who has logged in
+//     /tmp/kelqos-UID/agent.sock                   that of any other
+std::vector<std::string> usualSocketPaths();
+
+// The first of them whose folder this process may write to; makes the folder when it is missing.
+// Throws std::runtime_error when there is none.
+std::string usableSocketPath();
+
+} // namespace KelHost

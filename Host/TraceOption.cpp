@@ -1,0 +1,23 @@
+#include "Host/TraceOption.h"
+
+#include "Platform/Logging/Trace.h"
+
+namespace KelHost {
+
+TraceOption::TraceOption( CLI::App & subcommand ) {
+    subcommand
+        .add_option( "--trace", settings_,
+                     "Trace lines to standard error. HANDLE is a trace handle or * for all; "
+                     "LEVELS is * or levels from 0 to 9 like 0-4,7. May be repeated" )
+        ->type_name( "HANDLE=LEVELS" )
+        ->expected( 1 )
+        ->multi_option_policy( CLI::MultiOptionPolicy::TakeAll );
+}
+
+void TraceOption::apply() const {
+    for ( const std::string & setting : settings_ ) {
+        Kel::traceLevelsIs( setting );
+    }
+}
+
+} // namespace KelHost

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+namespace KelHost {
+
+// The option --trace HANDLE=LEVELS of a subcommand, which may be repeated.
+class TraceOption {
+  public:
+    explicit TraceOption( CLI::App & subcommand );
+    TraceOption( const TraceOption & ) = delete;
+    TraceOption & operator=( const TraceOption & ) = delete;
+
+    // Switches the levels on. Throws std::invalid_argument, with a text for the user, for an
+    // unknown handle or another shape.
+    void apply() const;
+
+  private:
+    std::vector<std::string> settings_;
+};
+
+} // namespace KelHost

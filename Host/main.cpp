@@ -1,0 +1,15 @@
+#include "Host/CommandLine.h"
+#include "Host/PlayerChip.h"
+#include "Platform/Framework/Assert.h"
+#include "Platform/Logging/RingTrace.h"
+
+#include <csignal>
+#include <unistd.h>
+
+int main( int argc, char ** argv ) {
+    // A reader that goes away is reported where it is written to.
+    std::signal( SIGPIPE, SIG_IGN );
+    Kel::abortHookIs( [] { Kel::ringTraceWrite( STDERR_FILENO ); } );
+    KelHost::PlayerChip chip;
+    return KelHost::runCommandLine( argc, argv, chip );
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Platform/Entities/TmIntfConfig.h"
+
+#include <array>
+
+namespace KelQos {
+
+// QoS configuration of one chip.
+class TmConfig : public Kel::Entity {
+  public:
+    enum Attribute : Kel::AttributeId { cosToTcAttr = 1, tmIntfConfigAttr };
+    using TmIntfConfigs = Kel::MemberCollection<KelPortTypes::PortIndex, TmIntfConfig>;
+
+    // The traffic class of a class of service: 0 to 7, or trafficClassUnmapped.
+    U8 cosToTc( Cos cos ) const { return cosToTc_[cos.value()]; }
+    void cosToTcIs( Cos cos, U8 trafficClass );
+
+    // One per configured port. The first form makes one with default values unless there is one;
+    // the second inserts one that was filled before, in place of another of its port.
+    const TmIntfConfigs & tmIntfConfig() const { return tmIntfConfig_; }
+    Kel::Ptr<TmIntfConfig> tmIntfConfig( KelPortTypes::PortIndex port ) const {
+        return tmIntfConfig_.get( port );
+    }
+    bool tmIntfConfigHas( KelPortTypes::PortIndex port ) const { return tmIntfConfig_.has( port ); }
+    Kel::Ptr<TmIntfConfig> tmIntfConfigIs( KelPortTypes::PortIndex port );
+    void tmIntfConfigIs( const Kel::Ptr<TmIntfConfig> & config );
+    void tmIntfConfigDel( KelPortTypes::PortIndex port ) { tmIntfConfig_.erase( port ); }
+    void tmIntfConfigDelAll() { tmIntfConfig_.eraseAll(); }
+
+  private:
+    std::array<U8, Cos::count> cosToTc_{
+        trafficClassUnmapped, trafficClassUnmapped, trafficClassUnmapped, trafficClassUnmapped,
+        trafficClassUnmapped, trafficClassUnmapped, trafficClassUnmapped, trafficClassUnmapped };
+    TmIntfConfigs tmIntfConfig_{ *this, tmIntfConfigAttr };
+};
+
+} // namespace KelQos

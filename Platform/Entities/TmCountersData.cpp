@@ -1,0 +1,105 @@
+#include "Platform/Entities/TmCountersData.h"
+
+namespace KelQos {
+
+using KelDriver::KelDevTgt;
+using KelId::KelDevId;
+using KelId::KelPipeId;
+
+const char * stringValue( CounterType type ) {
+    switch ( type ) {
+    case counterTypePpgMinUsage:
+        return "counterTypePpgMinUsage";
+    case counterTypePpgSharedUsage:
+        return "counterTypePpgSharedUsage";
+    case counterTypePpgSkidUsage:
+        return "counterTypePpgSkidUsage";
+    case counterTypeQueueUsage:
+        return "counterTypeQueueUsage";
+    case counterTypePpgDrops:
+        return "counterTypePpgDrops";
+    }
+    return "unknown";
+}
+
+const char * stringValue( BlockLevelCounterName name ) {
+    switch ( name ) {
+    case blockLevelWacDropBufFull:
+        return "blockLevelWacDropBufFull";
+    case blockLevelEpipePktDrop:
+        return "blockLevelEpipePktDrop";
+    }
+    return "unknown";
+}
+
+const char * stringValue( BlockLevelCounterType type ) {
+    return type == blockLevelCounterTypeGauge ? "blockLevelCounterTypeGauge" : "unknown";
+}
+
+// Device 8 bits, pipe 16, type 8, index 32: one integer names a counter.
+U64 TmCountersData::counterKey( KelDevId devId, KelPipeId pipeId, U32 index, CounterType type ) {
+    return static_cast<U64>( devId.value() ) << 56U | static_cast<U64>( pipeId.value() ) << 40U |
+           static_cast<U64>( type ) << 32U | index;
+}
+
+U64 TmCountersData::getCounter( KelDevId devId, KelPipeId pipeId, U32 index,
+                                CounterType type ) const {
+    const U64 * value = counters_.find( counterKey( devId, pipeId, index, type ) );
+    return value ? *value : 0;
+}
+
+void TmCountersData::setCounter( KelDevId devId, KelPipeId pipeId, U32 index, CounterType type,
+                                 const U64 & value ) {
+    counters_.insertOrAssign( counterKey( devId, pipeId, index, type ), value );
+}
+
+void TmCountersData::counterDel( KelDevId devId, KelPipeId pipeId, U32 index, CounterType type ) {
+    counters_.erase( counterKey( devId, pipeId, index, type ) );
+}
+
+const BlockLevelCounters *
+TmCountersData::getBlockLevelCountersByPipePtr( KelDevId devId, KelPipeId pipeId ) const {
+    const Kel::Ptr<Block> * block = blocks_.find( { devId, pipeId } );
+    return block ? &( *block )->counters : nullptr;
+}
+
+U64 TmCountersData::getBlockLevelCounter( KelDevId devId, KelPipeId pipeId,
+                                          BlockLevelCounterName name ) const {
+    const BlockLevelCounters * counters = getBlockLevelCountersByPipePtr( devId, pipeId );
+    const BlockLevelCounter * counter = counters ? counters->find( name ) : nullptr;
+    return counter ? counter->value : 0;
+}
+
+void TmCountersData::setBlockLevelCounter( KelDevId devId, KelPipeId pipeId,
+                                           BlockLevelCounterName name, BlockLevelCounterType type,
+                                           const U64 & value ) {
+    BlockLevelCounters & counters = block( { devId, pipeId } );
+    if ( BlockLevelCounter * counter = counters.find( name ) ) {
+        counter->type = type;
+        counter->value = value;
+    } else {
+        counters.insertOrAssign( name, { "", type, value } );
+    }
+}
+
+void TmCountersData::blockLevelCountersIs( KelDevTgt pipe ) { block( pipe ); }
+
+void TmCountersData::blockLevelCounterIs( KelDevTgt pipe, BlockLevelCounterName name,
+                                          BlockLevelCounter counter ) {
+    block( pipe ).insertOrAssign( name, std::move( counter ) );
+}
+
+void TmCountersData::blockLevelCounterDel( KelDevTgt pipe, BlockLevelCounterName name ) {
+    block( pipe ).erase( name );
+}
+
+void TmCountersData::blockLevelCountersDel( KelDevTgt pipe ) { blocks_.erase( pipe ); }
+
+BlockLevelCounters & TmCountersData::block( KelDevTgt pipe ) {
+    if ( !blocks_.contains( pipe ) ) {
+        blocks_.insertOrAssign( pipe, Kel::makePtr<Block>() );
+    }
+    return ( *blocks_.find( pipe ) )->counters;
+}
+
+} // namespace KelQos

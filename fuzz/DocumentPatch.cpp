@@ -1,0 +1,57 @@
+// Any bytes as a merge patch on a running switch: refused, or applied to the state store with all
+// that follows from it on the modelled chip.
+
+#include "Host/DocumentError.h"
+#include "Host/DocumentTransition.h"
+#include "Host/JsonReader.h"
+#include "Host/PlayerChip.h"
+#include "Host/SwitchDocumentDecoder.h"
+#include "Host/SwitchRuntime.h"
+#include "Platform/Logging/Syslog.h"
+
+#include <cstdlib>
+
+namespace {
+
+using namespace KelHost;
+
+constexpr std::string_view running = R"({
+    "bufferParams": { "totalCellsAvailableForIngress": 20000, "leakThreshold": 4294967295 },
+    "cosToTc": [ 0, 1, 2, 3, 4, 5, 6, 7 ],
+    "ports": { "Ethernet1": { "portIndex": 4, "enabled": "enabled", "qos": {
+        "flowControlType": "pfc",
+        "ppgs": { "3": { "internalCosBmp": 8, "pfcEnabled": true } },
+        "txQueues": { "3": { "weight": 15 } } } } },
+    "wred": { "0": { "1": { "minThdCells": 1, "maxThdCells": 2, "maxDropProbability": 0.5,
+                            "timeConstantNs": 10 } } } })";
+
+void apply( std::string_view patch ) {
+    const DocumentPlace place{ "fuzz.json", "", true };
+    const JsonValue start = readJson( running, "running.json" );
+    const auto document = decodeSwitchDocument( start, place );
+    const auto next =
+        decodeSwitchDocument( mergePatch( start, readJson( patch, "fuzz.json" ) ), place );
+    checkTransition( document, next, place );
+    checkTransition( next, document, place ); // the way back, which internal ports do not have
+
+    Kel::syslogSinkIs( []( int, std::string_view, std::string_view ) {} );
+    setenv( "SIMULATION_VMID", "", 1 ); // a leak is not the end
+    Kel::ActivityManager activityManager;
+    PlayerChip chip;
+    SwitchRuntime runtime( activityManager, document );
+    runtime.start( chip );
+    runtime.documentIs( next );
+    runtime.advanceTo( 0.2 );
+    runtime.documentIs( document );
+    runtime.advanceTo( 0.4 );
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput( const U8 * data, std::size_t size ) {
+    try {
+        apply( { reinterpret_cast<const char *>( data ), size } );
+    } catch ( const DocumentError & ) { // refused
+    }
+    return 0;
+}

@@ -1,0 +1,21 @@
+// Any bytes as a switch document: read, checked and decoded, or refused with a DocumentError.
+
+#include "Host/DocumentError.h"
+#include "Host/JsonReader.h"
+#include "Host/SwitchDocumentDecoder.h"
+#include "Platform/Framework/Assert.h"
+
+extern "C" int LLVMFuzzerTestOneInput( const U8 * data, std::size_t size ) {
+    const std::string_view text( reinterpret_cast<const char *>( data ), size );
+    try {
+        const auto root = KelHost::readJson( text, "fuzz.json" );
+        const KelHost::DocumentPlace place{ "fuzz.json" };
+        const auto document = KelHost::decodeSwitchDocument( root, place );
+        KEL_ASSERT( document == KelHost::decodeSwitchDocument( root, place ) );
+    } catch ( const KelHost::DocumentError & error ) {
+        const std::string_view line = error.what();
+        KEL_ASSERT( line.starts_with( "fuzz.json:" ) );
+        KEL_ASSERT( line.find( '\n' ) == std::string_view::npos );
+    }
+    return 0;
+}

@@ -1,0 +1,259 @@
+#include "Host/Protocol.h"
+#include "tests/Host/ProcessHelpers.h"
+
+using namespace KelHost;
+using namespace KelHostTest;
+
+namespace {
+
+// One port with one group and one queue, whose counters are in use. The leak handler polls so often
+// that a test need not wait for it.
+struct Setting {
+    unsigned leakThreshold = 100;
+    unsigned drops = 0;
+    unsigned minLimitCells = 1000;
+    std::string portIndex = "4";
+
+    std::string text() const {
+        return R"({ "device": { "maxPipeId": 0 }, "bufferParams": {
+            "totalCellsAvailableForIngress": 200000, "leakPollInterval": 0.001,
+            "leakThreshold": )" +
+               std::to_string( leakThreshold ) + R"( },
+          "ports": { "Ethernet1": { "portIndex": )" +
+               portIndex + R"(, "enabled": "enabled", "qos": {
+            "ppgs": { "8": { "internalCosBmp": 255, "minLimitCells": )" +
+               std::to_string( minLimitCells ) + R"( } }, "txQueues": { "0": {} } } } },
+          "counters": { "0": { "queue": { "32": 7 }, "block": {
+            "3": { "name": "drops", "type": 0, "value": )" +
+               std::to_string( drops ) + " } } } } }\n";
+    }
+};
+
+constexpr const char * queueInUse = "Ethernet1:\n"
+                                    "  TxQ TotalUsage\n"
+                                    "====================\n"
+                                    "    0          7\n"
+                                    "\n";
+const std::vector<std::string> showQueue = { "show", "tm", "intf", "Ethernet1", "nonzero" };
+const std::vector<std::string> showBuf = { "show", "buf" };
+constexpr const char * leakMessage = "KEL_INTERNAL_BUFFER_ERROR";
+
+bool contains( const std::string & text, const std::string & part ) {
+    return text.find( part ) != std::string::npos;
+}
+
+class AgentTest : public testing::Test {
+  protected:
+    std::string config( const Setting & setting ) const {
+        return folder.write( "switch.json", setting.text() );
+    }
+    bool exists( const std::string & name ) const {
+        return std::filesystem::exists( folder.file( name ) );
+    }
+    FileDescriptor connection() const { return connectedTo( socket ); }
+    static void say( const FileDescriptor & client, const std::string & text ) {
+        (void)send( client.get(), text.data(), text.size(), MSG_NOSIGNAL );
+    }
+    Outcome feed( const AgentProcess & agent, const std::string & patch ) const {
+        return agent.ask( { "feed", folder.write( "feed.json", patch ) } );
+    }
+
+    Folder folder;
+    std::string socket = folder.file( "socket" );
+};
+
+} // namespace
+
+TEST_F( AgentTest, answersClientsWithAnExitStatusAndStops ) {
+    AgentProcess agent( config( {} ), socket );
+    const std::string log = agent.logUpTo( " reload" );
+    EXPECT_TRUE( contains( log, "1 ports, 1 priority groups, 1 queues; shared pools of 197080 "
+                                "(ingress) and 266240 (egress) cells" ) );
+    EXPECT_TRUE( contains( log, " show buf --socket " + socket + "\n" ) );
+    EXPECT_EQ( std::filesystem::status( socket ).permissions(), std::filesystem::perms( 0660 ) );
+
+    EXPECT_EQ( agent.ask( showQueue ), ( Outcome{ 0, queueInUse } ) );
+    EXPECT_EQ( agent.ask( { "show", "tm", "intf" } ),
+               ( Outcome{ 1, "", "interface name missing\n" } ) );
+    EXPECT_EQ( agent.ask( { "show", "tm", "intf", "Ethernet:9" } ),
+               ( Outcome{ 1, "", "Unknown interface: Ethernet:9\n" } ) );
+    EXPECT_EQ( agent.ask( { "show", "nothing" } ),
+               ( Outcome{ 1, "", "Unknown command: show nothing\n" } ) );
+    EXPECT_EQ( agent.ask( { "show", std::string( 5000, 'x' ) } ),
+               ( Outcome{ 1, "", "the request is longer than 4096 bytes\n" } ) );
+    EXPECT_TRUE( contains( agent.ask( { "ring" } ).out, "Ethernet1" ) );
+
+    EXPECT_EQ( agent.stop(), 0 );
+    EXPECT_FALSE( exists( "socket" ) || exists( "socket.lock" ) || exists( "socket.warm" ) );
+    EXPECT_EQ( agent.ask( showBuf ), ( Outcome{ 1, "", "no agent answers on " + socket + "\n" } ) );
+}
+
+TEST_F( AgentTest, takesCountersFromOutside ) {
+    AgentProcess agent( config( {} ), socket );
+    agent.ready();
+    const std::string patched = folder.file( "feed.json" );
+
+    EXPECT_EQ( feed( agent, R"({ "counters": { "0": { "queue": { "32": 0 } } } })" ).status, 0 );
+    EXPECT_EQ( agent.ask( showQueue ), ( Outcome{ 0, "" } ) );
+    EXPECT_EQ( feed( agent, R"({ "0": { "queue": { "32": 7 }, "ppg": { "128": null } } })" ).status,
+               0 );
+    EXPECT_EQ( agent.ask( showQueue ), ( Outcome{ 0, queueInUse } ) );
+
+    EXPECT_EQ( feed( agent, "{ \"0\":\n{ \"queue\": 3 x" ).err,
+               patched + ":2:14: JSON syntax error: invalid literal\n" );
+    EXPECT_EQ( feed( agent, R"({ "0": { "queue": { "32": 1, "70000": 1 } } })" ).status, 1 );
+    EXPECT_EQ( feed( agent, R"({ "counters": {}, "ports": {} })" ).status, 1 );
+    EXPECT_EQ( feed( agent, "[]" ).status, 1 );
+    EXPECT_EQ( agent.ask( { "feed", folder.file( "none.json" ) } ).status, 1 );
+    EXPECT_EQ( agent.ask( showQueue ), ( Outcome{ 0, queueInUse } ) );
+
+    // The counters of the file are not those of the running chip.
+    feed( agent, R"({ "0": { "block": { "3": { "value": 50 } } } })" );
+    EXPECT_TRUE( contains( agent.ask( { "show", "tm", "blocklevel", "nonzero" } ).out, "50" ) );
+    EXPECT_EQ( agent.ask( { "reload" } ).status, 0 );
+    EXPECT_TRUE( contains( agent.ask( { "show", "tm", "blocklevel", "nonzero" } ).out, "50" ) );
+    EXPECT_EQ( agent.ask( { "clear", "counters" } ).status, 0 );
+    EXPECT_EQ( agent.ask( { "show", "tm", "blocklevel", "nonzero" } ), ( Outcome{ 0, "" } ) );
+}
+
+TEST_F( AgentTest, reloadsWholeOrNotAtAll ) {
+    const NotifySocket manager( folder.file( "notify" ) );
+    AgentProcess agent( config( {} ), socket, {}, folder.file( "notify" ) );
+    EXPECT_EQ( manager.next().rfind( "READY=1\n", 0 ), 0u );
+
+    config( { .minLimitCells = 2000 } );
+    agent.process().signal( SIGHUP );
+    EXPECT_EQ( manager.next().rfind( "RELOADING=1\nMONOTONIC_USEC=", 0 ), 0u );
+    EXPECT_TRUE( contains( manager.next(), "READY=1\nSTATUS=reloaded" ) );
+    const Outcome reloaded = agent.ask( showBuf );
+    EXPECT_TRUE( contains( reloaded.out, "PPG min cell count: 2000\n" ) );
+
+    // One member does not fit; the other one, which would, stays as it was too.
+    config( { .minLimitCells = 3000, .portIndex = "5" } );
+    agent.process().signal( SIGHUP );
+    manager.next();
+    EXPECT_TRUE( contains( manager.next(), "/ports/Ethernet1/portIndex: " ) );
+    EXPECT_TRUE( contains( agent.logUpTo( "refused" ), "/ports/Ethernet1/portIndex: " ) );
+    folder.write( "switch.json", "{ \"ports\": 7 }" );
+    const Outcome refused = agent.ask( { "reload" } );
+    EXPECT_EQ( refused.status, 1 );
+    EXPECT_TRUE( contains( refused.err, "switch.json: /ports: " ) );
+    EXPECT_EQ( agent.ask( showBuf ), reloaded );
+    manager.next();
+    manager.next();
+
+    EXPECT_EQ( agent.stop(), 0 );
+    EXPECT_EQ( manager.next(), "STOPPING=1\n" );
+}
+
+TEST_F( AgentTest, noClientDisturbsOthersOrTimers ) {
+    const std::string ask = encoded( Request{ RequestKind::command, "show tm" } );
+    AgentProcess agent( config( {} ), socket );
+    agent.ready();
+    std::vector<FileDescriptor> clients( 40 );
+    for ( FileDescriptor & client : clients ) {
+        client = connection(); // says nothing
+    }
+    say( clients[0], "command 8\nshow" );
+    say( clients[1], std::string( 1 << 20, 'x' ) );
+    say( clients[2], "feed 99999999999999999999\n" );
+    for ( std::size_t i = 3; i < 20; ++i ) {
+        say( clients[i], ask ); // does not read
+    }
+    say( clients[20], "command 12\nshow tm intf" );
+    say( clients[21], std::string( "command 20\nshow tm intf \0%s%n\n\n\n", 31 ) );
+    say( connection(), ask );                        // hangs up at once
+    say( connection(), ask.substr( 0, 5 ) );         // in the middle
+    say( connection(), "feed 1000000\nx\n{ \"0\"" ); // in the middle of much
+    EXPECT_EQ( agent.ask( showQueue ), ( Outcome{ 0, queueInUse } ) );
+
+    // The poll timer finds the leak, with all of them still there.
+    EXPECT_EQ( feed( agent, R"({ "0": { "block": { "3": { "value": 100 } } } })" ).status, 0 );
+    EXPECT_EQ( agent.process().exitStatus(), 0 );
+    EXPECT_TRUE( contains( agent.log(), leakMessage ) );
+}
+
+TEST_F( AgentTest, hasItsSocketForItself ) {
+    AgentProcess first( config( {} ), socket );
+    first.ready();
+    const Outcome second = runKelqos( { "agent", "--config", config( {} ), "--socket", socket } );
+    EXPECT_EQ(
+        second,
+        ( Outcome{ 1, "", "cannot listen on " + socket + ": another agent is running there\n" } ) );
+    // Also when somebody took its lock file away.
+    std::filesystem::remove( socket + ".lock" );
+    EXPECT_EQ( runKelqos( { "agent", "--config", config( {} ), "--socket", socket } ), second );
+    EXPECT_EQ( first.ask( showBuf ).status, 0 );
+
+    first.process().signal( SIGKILL );
+    EXPECT_EQ( first.process().exitStatus(), -SIGKILL );
+    EXPECT_TRUE( exists( "socket" ) );
+    AgentProcess next( config( {} ), socket );
+    next.ready();
+    EXPECT_EQ( next.ask( showQueue ), ( Outcome{ 0, queueInUse } ) );
+    EXPECT_EQ( next.stop(), 0 );
+
+    folder.write( "socket", "somebody's" );
+    EXPECT_EQ( runKelqos( { "agent", "--config", config( {} ), "--socket", socket } ).err,
+               "cannot listen on " + socket + ": it is there and is no socket\n" );
+    EXPECT_TRUE( exists( "socket" ) );
+}
+
+TEST_F( AgentTest, clientWhoseReaderIsGoneSaysSo ) {
+    AgentProcess agent( config( {} ), socket );
+    agent.ready();
+    int ends[2];
+    ASSERT_EQ( pipe2( ends, O_CLOEXEC ), 0 );
+    close( ends[0] );
+    const FileDescriptor output( ends[1] );
+    EXPECT_EQ( runKelqos( { "show", "buf", "--socket", socket }, output.get() ),
+               ( Outcome{ 1, "", "cannot write the answer: Broken pipe\n" } ) );
+}
+
+TEST_F( AgentTest, leakIsFollowedByAWarmRestart ) {
+    AgentProcess agent( config( { .leakThreshold = 5, .drops = 5 } ), socket, { "--supervise" } );
+    const std::string log = agent.ready().logUpTo( " reload" );
+    EXPECT_TRUE( contains( log, leakMessage ) );
+    EXPECT_TRUE( contains( log, "the agent ended with status 0; starting it again\n" ) );
+    EXPECT_TRUE( contains( log, "warm restart: the counter stores are empty\n" ) );
+    EXPECT_TRUE( contains( log, "1 ports, 1 priority groups, 1 queues" ) );
+    EXPECT_EQ( agent.ask( showQueue ), ( Outcome{ 0, "" } ) );
+    EXPECT_TRUE( contains( agent.ask( showBuf ).out, "PPG min cell count: 1000\n" ) );
+
+    // A reload goes through the supervisor; the leak in the file stays out of the running agent.
+    agent.process().signal( SIGHUP );
+    EXPECT_TRUE( contains( agent.logUpTo( "reloaded" ), "reloaded" ) );
+    EXPECT_EQ( agent.stop(), 0 );
+    EXPECT_TRUE( contains( agent.log(), "stopped\n" ) );
+    EXPECT_FALSE( exists( "socket" ) || exists( "socket.warm" ) );
+}
+
+TEST_F( AgentTest, restartAfterALeakIsWarmWithoutASupervisorToo ) {
+    const std::string leaking = config( { .leakThreshold = 5, .drops = 5 } );
+    EXPECT_EQ( AgentProcess( leaking, socket ).process().exitStatus(), 0 );
+    AgentProcess next( leaking, socket );
+    next.ready();
+    EXPECT_EQ( next.ask( showQueue ), ( Outcome{ 0, "" } ) );
+    EXPECT_EQ( next.stop(), 0 );
+}
+
+TEST_F( AgentTest, supervisorGivesUpAnAgentThatCannotLive ) {
+    AgentProcess agent( config( { .leakThreshold = 0 } ), socket, { "--supervise" } );
+    EXPECT_EQ( agent.process().exitStatus(), 1 );
+    const std::string log = agent.log();
+    std::size_t ends = 0;
+    for ( std::size_t at = log.find( leakMessage ); at != std::string::npos; ++ends ) {
+        at = log.find( leakMessage, at + 1 );
+    }
+    EXPECT_EQ( ends, 5u );
+    EXPECT_TRUE( contains( log, "ended with status 0, for the fifth time within a minute; giving "
+                                "up\n" ) );
+}
+
+TEST_F( AgentTest, supervisorDoesNotRepeatWhatIsRefused ) {
+    const std::string file = folder.write( "switch.json", "{}x" );
+    const Outcome refused = runKelqos(
+        { "agent", "--supervise", "--config", file, "--socket", socket, "--foreground" } );
+    EXPECT_EQ( refused.status, 2 );
+    EXPECT_EQ( refused.err, file + ":1:3: JSON syntax error: invalid literal\n" );
+}

@@ -1,0 +1,178 @@
+#include "Host/CommandServer.h"
+#include "Host/CommandSocket.h"
+#include "Platform/Framework/ActivityManager.h"
+#include "tests/Host/ProcessHelpers.h"
+
+using namespace KelHost;
+using namespace KelHostTest;
+
+namespace {
+
+std::string refusal( const std::string & why ) {
+    return encoded( Answer{ AnswerStatus::refused, why } );
+}
+
+// The server in this process, where time is the test's: it stands still but for pass().
+class CommandServerTest : public testing::Test {
+  protected:
+    FileDescriptor connection() {
+        FileDescriptor client = connectedTo( socket.path(), SOCK_NONBLOCK );
+        EXPECT_TRUE( client );
+        serve();
+        return client;
+    }
+    // Serves what is ready, until nothing is.
+    void serve() {
+        busy = true;
+        loop.beforeEventIs( [this] { busy = true; } );
+        while ( std::exchange( busy, false ) ) {
+            loop.wait( 0 );
+        }
+    }
+    void pass( F64 seconds ) { activityManager.advanceTo( activityManager.now() + seconds ); }
+
+    void say( const FileDescriptor & client, std::string_view text ) {
+        EXPECT_EQ( send( client.get(), text.data(), text.size(), MSG_NOSIGNAL ),
+                   static_cast<ssize_t>( text.size() ) );
+        serve();
+    }
+    // What the client has got so far, at most so much; "..." behind it while the connection stands.
+    std::string heard( const FileDescriptor & client, std::size_t most = 1 << 26 ) {
+        std::string text;
+        std::vector<char> piece( 65536 );
+        while ( text.size() < most ) {
+            const ssize_t count =
+                recv( client.get(), piece.data(), std::min( piece.size(), most - text.size() ), 0 );
+            if ( count <= 0 ) {
+                const bool ended = count == 0 || errno == ECONNRESET;
+                return ended ? text : text + "...";
+            }
+            text.append( piece.data(), static_cast<std::size_t>( count ) );
+            serve();
+        }
+        return text + "...";
+    }
+
+    Answer answer( const Request & request ) {
+        requests.push_back( request );
+        return { AnswerStatus::done, std::string( answerSize, 'a' ) };
+    }
+
+    Folder folder;
+    Kel::ActivityManager activityManager;
+    EventLoop loop;
+    CommandSocket socket{ folder.file( "socket" ) };
+    std::vector<Request> requests;
+    std::size_t answerSize = 3;
+    bool busy = false;
+    CommandServer server{ socket.fd(), loop, activityManager.scheduler(),
+                          [this]( const Request & request ) { return answer( request ); } };
+};
+
+} // namespace
+
+TEST_F( CommandServerTest, takesARequestInPieces ) {
+    const FileDescriptor client = connection();
+    for ( const char c : std::string( "feed 5\n{\n\n\n" ) ) {
+        say( client, { &c, 1 } );
+    }
+    EXPECT_EQ( heard( client ), "..." );
+    say( client, "} and what nobody asked for" );
+    EXPECT_EQ( requests, ( std::vector<Request>{ { RequestKind::feed, "{\n\n\n}" } } ) );
+    EXPECT_EQ( heard( client ), "done 3\naaa" );
+    EXPECT_EQ( server.clients(), 0u );
+}
+
+TEST_F( CommandServerTest, refusesWhatIsNoRequest ) {
+    const std::string malformed = "malformed request";
+    const std::pair<std::string, std::string> stories[] = {
+        { "\n", malformed },
+        { "command\n", malformed },
+        { "command \n", malformed },
+        { "command -1\n", malformed },
+        { "command 1 \n", malformed },
+        { "command 99999999999999999999\n", malformed },
+        { "Command 1\nx", malformed },
+        { std::string( 100000, 'x' ), malformed },
+        { "reload 1\nx", "the request is longer than 0 bytes" },
+        { "command 4097\n", "the request is longer than 4096 bytes" },
+    };
+    for ( const auto & [said, why] : stories ) {
+        const FileDescriptor client = connection();
+        say( client, said );
+        EXPECT_EQ( heard( client ), refusal( why ) ) << said;
+    }
+    EXPECT_TRUE( requests.empty() );
+    EXPECT_EQ( server.clients(), 0u );
+}
+
+TEST_F( CommandServerTest, passesALongAnswerOnAsItIsRead ) {
+    answerSize = 10'000'000;
+    const FileDescriptor slow = connection();
+    say( slow, "ring 0\n" );
+    const FileDescriptor quick = connection();
+    say( quick, "ring 0\n" );
+    EXPECT_EQ( heard( quick ).size(), answerSize + std::string( "done 10000000\n" ).size() );
+
+    std::size_t got = 0;
+    while ( got < answerSize / 2 ) { // a piece now and then, more often than patience ends
+        pass( ClientSession::readingTime - 1 );
+        got += heard( slow, 1'000'000 ).size() - 3;
+    }
+    EXPECT_EQ( server.clients(), 1u );
+    pass( ClientSession::readingTime + 1 );
+    EXPECT_EQ( server.clients(), 0u );
+}
+
+TEST_F( CommandServerTest, patienceEnds ) {
+    const FileDescriptor silent = connection();
+    pass( ClientSession::requestTime / 2 );
+    const FileDescriptor dribbling = connection();
+    pass( ClientSession::requestTime / 2 );
+    EXPECT_EQ( heard( silent ), "" );
+    say( dribbling, "comm" );
+    EXPECT_EQ( heard( dribbling ), "..." );
+    pass( ClientSession::requestTime / 2 );
+    EXPECT_EQ( heard( dribbling ), "" );
+    EXPECT_EQ( server.clients(), 0u );
+}
+
+TEST_F( CommandServerTest, boundsClientsAndWhatItKeepsOfThem ) {
+    std::vector<FileDescriptor> clients( CommandServer::clientLimit );
+    for ( FileDescriptor & client : clients ) {
+        client = connection();
+    }
+    EXPECT_EQ( heard( connection() ),
+               refusal( "the agent has too many clients, try again later" ) );
+    clients.pop_back();
+    serve();
+    const FileDescriptor next = connection();
+    say( next, "ring 0\n" );
+    EXPECT_EQ( heard( next ), "done 3\naaa" );
+
+    // Ten of them send almost all of what a feed may have.
+    const std::string part( 65536, 'x' );
+    for ( std::size_t i = 0; i < 10; ++i ) {
+        (void)send( clients[i].get(), "feed 16777216\n", 14, MSG_NOSIGNAL );
+        for ( int count = 0; count < 200; ++count ) {
+            (void)send( clients[i].get(), part.data(), part.size(), MSG_NOSIGNAL );
+            serve();
+        }
+    }
+    EXPECT_EQ( heard( clients[0] ), "..." );
+    EXPECT_EQ( heard( clients[9] ), refusal( "the agent is busy with the requests of others" ) );
+}
+
+TEST_F( CommandServerTest, vanishingClientsLeaveNothingBehind ) {
+    answerSize = 10'000'000;
+    FileDescriptor client = connection();
+    say( client, "ring 0\n" );
+    EXPECT_EQ( server.clients(), 1u );
+    client = FileDescriptor();
+    serve();
+    client = connection();
+    say( client, "command 9\nsh" );
+    client = FileDescriptor();
+    serve();
+    EXPECT_EQ( server.clients(), 0u );
+}
