@@ -133,8 +133,12 @@ TEST_F( TraceTest, badSettingsAreRefusedAndChangeNothing ) {
     EXPECT_EQ(
         refusal( "TestAlpha" ),
         "trace setting \"TestAlpha\": expected HANDLE=LEVELS, with levels as in 0-4,7 or *" );
-    EXPECT_EQ( refusal( "TestGamma=1" ), "trace setting \"TestGamma=1\": unknown handle "
-                                         "\"TestGamma\"; known are TestAlpha, TestBeta" );
+    const std::string unknown = refusal( "TestGamma=1" );
+    EXPECT_TRUE( unknown.starts_with(
+        "trace setting \"TestGamma=1\": unknown handle \"TestGamma\"; known are " ) )
+        << unknown;
+    // The process may hold handles of the libraries too.
+    EXPECT_NE( unknown.find( "TestAlpha, TestBeta" ), std::string::npos ) << unknown;
     EXPECT_EQ( refusal( "TestAlpha=0,12" ),
                "trace setting \"TestAlpha=0,12\": bad level \"12\"; allowed are levels 0 to 9 and "
                "ranges as in 0-4,7, or *" );
