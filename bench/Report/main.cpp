@@ -1,6 +1,6 @@
 // Turns the JSON results of the benchmarks into the tables of docs/performance.md:
 //
-//     bench-report RESULT.json...
+//     report-figures RESULT.json...
 //
 // Writes Markdown to standard output: what was aimed at and what was reached, then every median.
 
@@ -46,7 +46,7 @@ int main( int argc, char ** argv ) {
         printMedians( results );
         return 0;
     } catch ( const std::exception & error ) {
-        std::fprintf( stderr, "bench-report: %s\n", error.what() );
+        std::fprintf( stderr, "report-figures: %s\n", error.what() );
         return 1;
     }
 }
