@@ -231,7 +231,7 @@ VelTmIntfConfig::tmPpgConfigIs( PpgId id, Ptr<const TmPpgConfig> config ) {
     }
     reactor = newTmPpgConfig( id, std::move( config ) );
     reactor->hasNotificationActiveIs( true );
-    velTmPpgConfig_.insertOrAssign( id, reactor );
+    velTmPpgConfig_.insertNew( id, reactor );
     return reactor;
 }
 
@@ -272,7 +272,7 @@ VelTmIntfConfig::tmTxQueueConfigIs( TxQueueId id, Ptr<const TmTxQueueConfig> con
     }
     reactor = newTmTxQueueConfig( id, std::move( config ) );
     reactor->hasNotificationActiveIs( true );
-    velTmTxQueueConfig_.insertOrAssign( id, reactor );
+    velTmTxQueueConfig_.insertNew( id, reactor );
     reactor->handleInitialized();
     return reactor;
 }

@@ -2,12 +2,14 @@
 
 #include "KelQos/KelSliceQosSm.h"
 #include "Platform/Entities/TmIntfConfig.h"
+#include "Platform/Framework/Pool.h"
 
 namespace KelQos {
 
 // Follows the configuration of one port: programs its flow control, shaper and map of PFC classes,
 // publishes its PFC state, and owns one reactor for each of its priority groups and queues.
-class KelSliceQosSm::VelTmIntfConfig : public Kel::NotifieeOf<TmIntfConfig> {
+class KelSliceQosSm::VelTmIntfConfig : public Kel::NotifieeOf<TmIntfConfig>,
+                                       public Kel::Pooled<VelTmIntfConfig> {
   public:
     class VelTmPpgConfig;
     class VelTmTxQueueConfig;

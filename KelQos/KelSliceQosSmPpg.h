@@ -7,10 +7,12 @@ namespace KelQos {
 // Follows the configuration of one priority group: gets it a group of the chip, trying again every
 // 0.1 s while the pipe has none free, and programs it. Until then changes only take effect when the
 // group has come.
-class KelSliceQosSm::VelTmIntfConfig::VelTmPpgConfig : public Kel::NotifieeOf<TmPpgConfig> {
+class KelSliceQosSm::VelTmIntfConfig::VelTmPpgConfig : public Kel::NotifieeOf<TmPpgConfig>,
+                                                       public Kel::Pooled<VelTmPpgConfig> {
   public:
     // The retry timer of the allocation; due at once.
-    class VelPollClock : public Kel::TimedNotifiee<Kel::TimerWheel> {
+    class VelPollClock : public Kel::TimedNotifiee<Kel::TimerWheel>,
+                         public Kel::Pooled<VelPollClock> {
       public:
         VelPollClock( Kel::Ptr<const Kel::TimerWheel> wheel, VelTmPpgConfig * owner );
         void ownerIs( VelTmPpgConfig * owner ) { owner_ = owner; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "KelQos/KelSliceQosSm.h"
+#include "Platform/Framework/Pool.h"
 
 namespace KelQos {
 
@@ -78,7 +79,8 @@ class KelSliceQosSm::VelEthPhyIntfStatusDir
 
 // The status of one interface. Whenever it gets a status to watch, its construction included, it
 // applies the port's shaper anew.
-class KelSliceQosSm::VelIntfStatus : public Kel::NotifieeOf<Interface::EthPhyIntfStatus> {
+class KelSliceQosSm::VelIntfStatus : public Kel::NotifieeOf<Interface::EthPhyIntfStatus>,
+                                     public Kel::Pooled<VelIntfStatus> {
   public:
     VelIntfStatus( Kel::Ptr<const Interface::EthPhyIntfStatus> status, KelSliceQosSm * sm );
     void smIs( KelSliceQosSm * sm ) { sm_ = sm; }

@@ -6,7 +6,8 @@ namespace KelQos {
 
 // Follows the configuration of one transmit queue and programs its scheduling, rates, guaranteed
 // cells and share of the egress pool. Writes nothing back; letting it go programs nothing.
-class KelSliceQosSm::VelTmIntfConfig::VelTmTxQueueConfig : public Kel::NotifieeOf<TmTxQueueConfig> {
+class KelSliceQosSm::VelTmIntfConfig::VelTmTxQueueConfig : public Kel::NotifieeOf<TmTxQueueConfig>,
+                                                           public Kel::Pooled<VelTmTxQueueConfig> {
   public:
     VelTmTxQueueConfig( Kel::Ptr<const TmTxQueueConfig> config, TxQueueId txQueueId,
                         VelTmIntfConfig * owner )

@@ -81,6 +81,10 @@ class TimedNotifiee : public NotifieeOf<Source>, private Timer {
     F64 timeMin() const { return this->notifier() ? due() + this->notifier()->offset() : never; }
     // Sets it, replacing an expiry that is kept; `never` stops the timer.
     void timeMinIs( F64 time ) {
+        if ( time == never ) {
+            cancel();
+            return;
+        }
         KEL_ASSERT( this->notifier() );
         dueIs( time - this->notifier()->offset() );
     }
@@ -95,7 +99,7 @@ class TimedNotifiee : public NotifieeOf<Source>, private Timer {
     void notifierIs( Ptr<const Source> source ) override {
         KEL_ASSERT( !source || &source->scheduler() == &scheduler() );
         if ( source.get() != this->notifier() ) {
-            dueIs( never );
+            cancel();
         }
         NotifieeOf<Source>::notifierIs( std::move( source ) );
     }
@@ -112,11 +116,8 @@ class TimedNotifiee : public NotifieeOf<Source>, private Timer {
     }
 
     bool handleExpiry() override {
-        if ( this->isMarkedForDeletion() || !this->isRegisteredNotifiee() ) {
-            return true;
-        }
-        if ( !this->receives() ) {
-            return false;
+        if ( !this->receives() || !this->isRegisteredNotifiee() ) [[unlikely]] {
+            return this->isMarkedForDeletion() || !this->isRegisteredNotifiee();
         }
         const Ptr<Notifiee> alive( this );
         this->onAttribute( TimeSource::timeMinAttr, nullptr );

@@ -130,12 +130,16 @@ class HashMap {
             *present = std::move( value );
             return false;
         }
+        insertNew( key, std::move( value ) );
+        return true;
+    }
+    // The same for a key that is known to be absent.
+    void insertNew( const Key & key, Value value ) {
         makeRoom();
         const auto position = static_cast<U32>( slots_.size() );
         slots_.push_back( Slot{ key, true, std::move( value ) } );
         ++size_;
         withTable( [&]( auto & table ) { link( table, position ); } );
-        return true;
     }
 
     // Removes the entry and returns its value, or nothing when the key is absent.

@@ -3,8 +3,10 @@
 #include "Platform/Framework/Types.h"
 
 #include <atomic>
+#include <bit>
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 namespace Kel {
@@ -12,7 +14,13 @@ namespace Kel {
 // The process-wide switch that makes reference counting atomic. Off by default: all users of the
 // framework run on one thread and plain increments cost nothing. To be set before a second thread
 // sees its first entity.
-extern bool refCountAtomic;
+bool refCountAtomic() noexcept;
+void refCountAtomicIs( bool atomic ) noexcept;
+
+// All ones while counting is plain, 0 while it is atomic. It masks the address of an object: then
+// one test tells whether there is an object and whether to count plainly. References come and go
+// so often that a second one is felt.
+extern std::uintptr_t plainCountMask;
 
 // Base of everything that is held by Ptr. The count starts at one, which belongs to makePtr, so an
 // object may hand out references to itself from inside its constructor.
@@ -36,26 +44,27 @@ class Counted {
     template <class T>
     friend class Ptr;
 
-    void retain() const noexcept {
-        if ( refCountAtomic ) [[unlikely]] {
-            std::atomic_ref( refCount_ ).fetch_add( 1, std::memory_order_relaxed );
-        } else {
-            ++refCount_;
+    // Null is allowed, and not counted.
+    static void retain( const Counted * object ) noexcept {
+        if ( countsPlainly( object ) ) [[likely]] {
+            ++object->refCount_;
+        } else if ( object ) {
+            std::atomic_ref( object->refCount_ ).fetch_add( 1, std::memory_order_relaxed );
         }
     }
-
-    void release() const noexcept {
-        if ( refCountAtomic ) [[unlikely]] {
-            const S32 before =
-                std::atomic_ref( refCount_ ).fetch_sub( 1, std::memory_order_acq_rel );
-            if ( before == 1 ) {
-                destroy();
+    static void release( const Counted * object ) noexcept {
+        if ( countsPlainly( object ) ) [[likely]] {
+            if ( --object->refCount_ == 0 ) {
+                object->destroy();
             }
-        } else if ( --refCount_ == 0 ) {
-            destroy();
+        } else if ( object ) {
+            object->releaseAtomic();
         }
     }
-
+    static bool countsPlainly( const Counted * object ) noexcept {
+        return ( std::bit_cast<std::uintptr_t>( object ) & plainCountMask ) != 0;
+    }
+    void releaseAtomic() const noexcept;
     void destroy() const noexcept;
 
     mutable S32 refCount_ = 1;
@@ -70,20 +79,16 @@ class Ptr {
     constexpr Ptr() noexcept = default;
     constexpr Ptr( std::nullptr_t ) noexcept {}
     // Shares an object that somebody else already holds.
-    explicit Ptr( T * object ) noexcept : object_( object ) { retain(); }
-    Ptr( const Ptr & other ) noexcept : object_( other.object_ ) { retain(); }
+    explicit Ptr( T * object ) noexcept : object_( object ) { Counted::retain( object ); }
+    Ptr( const Ptr & other ) noexcept : Ptr( other.object_ ) {}
     Ptr( Ptr && other ) noexcept : object_( std::exchange( other.object_, nullptr ) ) {}
     template <class U>
     requires std::convertible_to<U *, T *> Ptr( const Ptr<U> & other )
-    noexcept : object_( other.get() ) { retain(); }
+    noexcept : Ptr( other.get() ) {}
     template <class U>
     requires std::convertible_to<U *, T *> Ptr( Ptr<U> && other )
     noexcept : object_( other.detach() ) {}
-    ~Ptr() {
-        if ( object_ ) {
-            object_->release();
-        }
-    }
+    ~Ptr() { Counted::release( object_ ); }
 
     Ptr & operator=( Ptr other ) noexcept {
         std::swap( object_, other.object_ );
@@ -108,12 +113,6 @@ class Ptr {
     friend bool operator==( const Ptr & a, std::nullptr_t ) noexcept { return !a.object_; }
 
   private:
-    void retain() const noexcept {
-        if ( object_ ) {
-            object_->retain();
-        }
-    }
-
     T * object_ = nullptr;
 };
 

@@ -35,7 +35,7 @@ void Scheduler::insert( Timer & timer, U64 tick ) {
         first->link_ = &timer.following_;
     }
     first = &timer;
-    levels_[level].occupied[slot / 64] |= U64{ 1 } << slot % 64;
+    levels_[level].occupied |= U64{ 1 } << slot;
 }
 
 void Scheduler::insertNext( Timer & timer ) {
@@ -47,6 +47,11 @@ void Scheduler::insertNext( Timer & timer ) {
             link = &( *link )->following_;
         }
     }
+    linkNext( timer, link );
+}
+
+// Puts it among the next timers at a place of their list.
+void Scheduler::linkNext( Timer & timer, Timer ** link ) {
     timer.tick_ = Timer::next;
     timer.link_ = link;
     timer.following_ = *link;
@@ -77,11 +82,9 @@ void Scheduler::remove( Timer & timer ) {
 // in a low digit only is earlier.
 bool Scheduler::firstSlot( Slot & slot ) const {
     for ( U32 level = 0; level < levels; ++level ) {
-        for ( U32 word = 0; word < slots / 64; ++word ) {
-            if ( const U64 occupied = levels_[level].occupied[word] ) {
-                slot = { level, word * 64 + static_cast<U32>( std::countr_zero( occupied ) ) };
-                return true;
-            }
+        if ( const U64 occupied = levels_[level].occupied ) {
+            slot = { level, static_cast<U32>( std::countr_zero( occupied ) ) };
+            return true;
         }
     }
     return false;
@@ -97,7 +100,7 @@ U64 Scheduler::startOf( const Slot & slot ) const {
 // same slot again. Those of the present tick are chained up in `present`, and counted.
 U32 Scheduler::distribute( const Slot & slot, Timer *& present ) {
     Level & level = levels_[slot.level];
-    level.occupied[slot.number / 64] &= ~( U64{ 1 } << slot.number % 64 );
+    level.occupied &= ~( U64{ 1 } << slot.number );
     Timer * following = std::exchange( level.first[slot.number], nullptr );
     U32 count = 0;
     while ( Timer * const timer = following ) {
@@ -124,9 +127,16 @@ bool Scheduler::reachSlot( U64 last ) {
         return false;
     }
     tick_ = startOf( slot );
-    if ( const Timer * const first = levels_[slot.level].first[slot.number];
-         first && !first->following_ && first->tick_ == tickOf( first->due_ ) ) {
-        tick_ = std::min( first->tick_, last ); // alone, it need not go from level to level
+    Level & level = levels_[slot.level];
+    Timer * const first = level.first[slot.number];
+    if ( first && !first->following_ && first->tick_ <= last &&
+         first->tick_ == tickOf( first->due_ ) ) {
+        // Alone, it need not go from level to level.
+        tick_ = first->tick_;
+        level.first[slot.number] = nullptr;
+        level.occupied &= ~( U64{ 1 } << slot.number );
+        linkNext( *first, &next_ );
+        return true;
     }
     Timer * present = nullptr;
     const U32 count = distribute( slot, present );
@@ -201,9 +211,12 @@ void Scheduler::advanceTo( F64 time ) {
     }
 }
 
+// The first of the next timers.
 void Scheduler::fire( Timer & timer ) {
     now_ = std::max( now_, timer.due_ );
-    remove( timer );
+    timer.tick_ = Timer::idle;
+    next_ = timer.following_;
+    ( next_ ? next_->link_ : nextEnd_ ) = &next_;
     const F64 due = std::exchange( timer.due_, never );
     // A handler that acts returns true, and may have destroyed the timer; one that keeps the expiry
     // has touched nothing, the timer's order included.

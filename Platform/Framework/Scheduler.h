@@ -28,6 +28,8 @@ class Timer {
     // Arms, moves or (with `never`) cancels it. Setting the due time that it has changes nothing,
     // its place among the timers due at the same time included.
     void dueIs( F64 due );
+    // The same as setting `never`.
+    void cancel();
 
   protected:
     virtual ~Timer();
@@ -89,16 +91,16 @@ class Scheduler {
   private:
     friend class Timer;
 
-    static constexpr F64 ticksPerSecond = 256.0;
-    static constexpr U32 digitBits = 8;
+    static constexpr F64 ticksPerSecond = 64.0;
+    static constexpr U32 digitBits = 6; // a level's slots have one bit each in a word
     static constexpr U32 slots = 1U << digitBits;
-    static constexpr U32 levels = 5;
-    // About 136 years. Later timers count as due then; they are never looked at before.
+    static constexpr U32 levels = 6;
+    // About 34 years. Later timers count as due then; they are never looked at before.
     static constexpr U64 lastTick = ( U64{ 1 } << ( digitBits * levels ) ) - 1;
 
     // One digit of a tick.
     struct Level {
-        std::array<U64, slots / 64> occupied{}; // bit per slot that may have timers
+        U64 occupied = 0; // bit per slot that may have timers
         std::array<Timer *, slots> first{};
     };
     struct Slot {
@@ -112,12 +114,13 @@ class Scheduler {
     };
 
     static U64 tickOf( F64 due ) {
-        return static_cast<U64>(
-            std::clamp( due * ticksPerSecond, 0.0, static_cast<F64>( lastTick ) ) );
+        const F64 tick = std::clamp( due * ticksPerSecond, 0.0, static_cast<F64>( lastTick ) );
+        return static_cast<U64>( static_cast<S64>( tick ) ); // one instruction, unlike to U64
     }
 
     void insert( Timer & timer, U64 tick );
     void insertNext( Timer & timer );
+    void linkNext( Timer & timer, Timer ** link );
     void remove( Timer & timer );
     bool firstSlot( Slot & slot ) const;
     U64 startOf( const Slot & slot ) const;
@@ -137,18 +140,23 @@ class Scheduler {
     std::array<Level, levels> levels_;
 };
 
+inline void Timer::cancel() {
+    due_ = never;
+    if ( tick_ > Scheduler::lastTick ) {
+        scheduler_.remove( *this );
+    }
+}
+
 inline void Timer::dueIs( F64 due ) {
     KEL_ASSERT( due == due ); // not a number has no place in any order
     if ( due == due_ ) {
         return;
     }
-    due_ = due;
     if ( due == never ) {
-        if ( tick_ > Scheduler::lastTick ) {
-            scheduler_.remove( *this );
-        }
+        cancel();
         return;
     }
+    due_ = due;
     order_ = scheduler_.nextOrder_++;
     const U64 tick = Scheduler::tickOf( due );
     if ( tick_ > tick ) {

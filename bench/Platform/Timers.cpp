@@ -5,6 +5,7 @@
 #include "bench/support/Paired.h"
 
 #include <memory>
+#include <numeric>
 #include <random>
 
 namespace KelBench {
@@ -23,66 +24,84 @@ std::vector<F64> randomDues( std::size_t count, U32 seed ) {
     return dues;
 }
 
-// Takes every timer of some sets of `count` timers through its life, and measures one operation of
-// it; time per timer. Small numbers of timers have several sets, so that there is something to
-// measure.
-template <class Timers, Operation measured>
-void timers( benchmark::State & state ) {
-    const auto count = static_cast<std::size_t>( state.range( 0 ) );
-    std::vector<std::unique_ptr<Timers>> sets;
-    for ( std::size_t i = 0; i < std::max<std::size_t>( 1, 200 / count ); ++i ) {
-        sets.push_back( std::make_unique<Timers>( count ) );
+// Some sets of `count` timers each, and what can be done to all of them. Small sets are several, so
+// that there is something to measure.
+template <class Timers>
+class Sets {
+  public:
+    explicit Sets( std::size_t count )
+        : first_( randomDues( count, 1 ) ), second_( randomDues( count, 2 ) ) {
+        for ( std::size_t i = 0; i < std::max<std::size_t>( 1, 200 / count ); ++i ) {
+            sets_.push_back( std::make_unique<Timers>( count ) );
+        }
     }
-    const std::vector<F64> first = randomDues( count, 1 );
-    const std::vector<F64> second = randomDues( count, 2 );
-    const auto each = [&]( const auto & f ) {
-        for ( const auto & set : sets ) {
-            for ( std::size_t i = 0; i < count; ++i ) {
+
+    std::size_t timers() const { return sets_.size() * first_.size(); }
+    U64 expiries() const {
+        return std::accumulate( sets_.begin(), sets_.end(), U64{ 0 },
+                                []( U64 sum, const auto & set ) { return sum + set->expiries(); } );
+    }
+
+    void act( Operation operation ) {
+        switch ( operation ) {
+        case Operation::arm:
+            each( [&]( Timers & set, std::size_t i ) { set.arm( i, first_[i] ); } );
+            break;
+        case Operation::rearm:
+            each( [&]( Timers & set, std::size_t i ) { set.rearm( i, second_[i] ); } );
+            break;
+        case Operation::cancel:
+            each( []( Timers & set, std::size_t i ) { set.cancel( i ); } );
+            break;
+        case Operation::expire:
+            for ( const auto & set : sets_ ) {
+                set->expireAll();
+            }
+            break;
+        }
+    }
+
+  private:
+    template <class F>
+    void each( const F & f ) {
+        for ( const auto & set : sets_ ) {
+            for ( std::size_t i = 0; i < first_.size(); ++i ) {
                 f( *set, i );
             }
         }
-    };
-    const auto armFirst = [&] {
-        each( [&]( Timers & set, std::size_t i ) { set.arm( i, first[i] ); } );
-    };
-    const auto rearmSecond = [&] {
-        each( [&]( Timers & set, std::size_t i ) { set.rearm( i, second[i] ); } );
-    };
-    const auto expire = [&] {
-        for ( const auto & set : sets ) {
-            set->expireAll();
-        }
-    };
-    const auto cancel = [&] { each( []( Timers & set, std::size_t i ) { set.cancel( i ); } ); };
+    }
 
-    const std::size_t operations = sets.size() * count;
-    const std::size_t lives = std::clamp<std::size_t>( 200000 / operations, 3, 500 );
+    std::vector<std::unique_ptr<Timers>> sets_;
+    std::vector<F64> first_;
+    std::vector<F64> second_;
+};
+
+// Takes the timers through some lives and measures one operation of each; time per timer.
+template <class Timers, Operation measured>
+void timers( benchmark::State & state ) {
+    Sets<Timers> sets( static_cast<std::size_t>( state.range( 0 ) ) );
+    std::vector<Operation> life{ Operation::arm, Operation::rearm, Operation::expire };
+    if ( measured == Operation::cancel ) {
+        life = { Operation::arm, Operation::rearm, Operation::cancel, Operation::expire };
+    }
+    const std::size_t lives = std::clamp<std::size_t>( 200000 / sets.timers(), 3, 500 );
     Samples samples;
     F64 measuredTime = 0;
-    const auto measure = [&]( Operation operation, const auto & f ) {
-        if ( operation == measured ) {
-            measuredTime += samples.measure( f, operations );
-        } else {
-            f();
-        }
-    };
     for ( auto _ : state ) {
-        for ( std::size_t life = 0; life < lives; ++life ) {
-            measure( Operation::arm, armFirst );
-            measure( Operation::rearm, rearmSecond );
-            if constexpr ( measured == Operation::cancel ) {
-                measure( Operation::cancel, cancel );
+        for ( std::size_t i = 0; i < lives * life.size(); ++i ) {
+            const Operation operation = life[i % life.size()];
+            const auto act = [&] { sets.act( operation ); };
+            if ( operation == measured ) {
+                measuredTime += samples.measure( act, sets.timers() );
+            } else {
+                act();
             }
-            measure( Operation::expire, expire );
         }
         state.SetIterationTime( measuredTime * 1e-9 );
     }
     state.counters["per_timer_ns"] = samples.median();
-    const U64 expected = measured == Operation::cancel ? 0 : lives * count;
-    for ( const auto & set : sets ) {
-        if ( set->expiries() != expected ) {
-            state.SkipWithError( "timers were lost" );
-        }
+    if ( sets.expiries() != ( measured == Operation::cancel ? 0 : lives * sets.timers() ) ) {
+        state.SkipWithError( "timers were lost" );
     }
 }
 

@@ -66,7 +66,7 @@ TEST( PtrTest, ObjectMayReferToItselfWhileItIsMade ) {
 }
 
 TEST( PtrTest, AtomicSwitchMakesCountsSafeAcrossThreads ) {
-    Kel::refCountAtomic = true;
+    Kel::refCountAtomicIs( true );
     int ended = 0;
     Ptr<Base> object = makePtr<Base>( ended );
     const auto copy = [object] {
@@ -79,7 +79,7 @@ TEST( PtrTest, AtomicSwitchMakesCountsSafeAcrossThreads ) {
     one.join();
     two.join();
     EXPECT_EQ( object->refCount(), 2 ); // object and the closure's copy
-    Kel::refCountAtomic = false;
+    Kel::refCountAtomicIs( false );
 }
 
 } // namespace
