@@ -1,32 +1,16 @@
 #pragma once
 
+#include "Platform/Framework/Assert.h"
+#include "Platform/Framework/HashIndex.h"
 #include "Platform/Framework/Types.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
-#include <concepts>
 #include <cstddef>
-#include <functional>
 #include <optional>
 #include <utility>
 #include <vector>
 
 namespace Kel {
-
-// Hash of a key: its own hash() when it has one, else that of the standard library.
-template <class Key>
-struct Hash {
-    std::size_t operator()( const Key & key ) const noexcept {
-        if constexpr ( requires {
-                           { key.hash() } -> std::convertible_to<std::size_t>;
-                       } ) {
-            return key.hash();
-        } else {
-            return std::hash<Key>{}( key );
-        }
-    }
-};
 
 // A hash map that iterates in insertion order; a key that is inserted again goes to the end.
 //
@@ -34,10 +18,9 @@ struct Hash {
 // the entries that were there when it began, less those that are removed before their turn, and so
 // ends even when its body puts back what it takes out. The loop variable is a copy of the entry.
 //
-// The entries lie in one array in the order of their insertion, and an open-addressing table of
-// array positions, at most half full, finds them; as long as there are few of them that table lies
-// in the map itself. A removed entry leaves a gap in the array, which a later insertion squeezes
-// out when no walk is under way.
+// The entries lie in one array in the order of their insertion, and an index finds them there. A
+// removed entry leaves a gap in the array, which a later insertion squeezes out when no walk is
+// under way.
 //
 // Key and Value must be default constructible and movable.
 template <class Key, class Value>
@@ -116,12 +99,12 @@ class HashMap {
     // The value under the key, or null. The address is good until the map changes.
     const Value * find( const Key & key ) const {
         const U32 position = positionOf( key );
-        return position == absent ? nullptr : &slots_[position].value;
+        return position == HashIndex::absent ? nullptr : &slots_[position].value;
     }
     Value * find( const Key & key ) {
         return const_cast<Value *>( std::as_const( *this ).find( key ) );
     }
-    bool contains( const Key & key ) const { return positionOf( key ) != absent; }
+    bool contains( const Key & key ) const { return positionOf( key ) != HashIndex::absent; }
 
     // Inserts at the end, or replaces the value under the key in its place. Returns whether the key
     // is new.
@@ -135,20 +118,23 @@ class HashMap {
     }
     // The same for a key that is known to be absent.
     void insertNew( const Key & key, Value value ) {
+#ifndef NDEBUG
+        KEL_ASSERT( !contains( key ) );
+#endif
         makeRoom();
         const auto position = static_cast<U32>( slots_.size() );
         slots_.push_back( Slot{ key, true, std::move( value ) } );
         ++size_;
-        withTable( [&]( auto & table ) { link( table, position ); } );
+        index_.insert( hashOf( position ), position );
     }
 
     // Removes the entry and returns its value, or nothing when the key is absent.
     std::optional<Value> take( const Key & key ) {
         const U32 position = positionOf( key );
-        if ( position == absent ) {
+        if ( position == HashIndex::absent ) {
             return std::nullopt;
         }
-        withTable( [&]( auto & table ) { unlink( table, position ); } );
+        index_.erase( position, [&]( U32 other ) { return hashOf( other ); } );
         Slot & slot = slots_[position];
         slot.live = false;
         --size_;
@@ -174,111 +160,45 @@ class HashMap {
     }
 
   private:
-    static constexpr U32 absent = 0xFFFFFFFF;
-    static constexpr std::size_t few = 8;
-
-    bool hasFewSlots() const { return table_.empty(); }
-    // Calls f with the table in use.
-    template <class F>
-    auto withTable( const F & f ) const {
-        return hasFewSlots() ? f( fewTable_ ) : f( table_ );
-    }
-    template <class F>
-    auto withTable( const F & f ) {
-        return hasFewSlots() ? f( fewTable_ ) : f( table_ );
-    }
-
-    template <class Table>
-    static std::size_t firstBucket( const Table & table, const Key & key ) {
-        // Fibonacci hashing: the high bits of the product are well mixed even for small integers.
-        const int shift = std::countl_zero( table.size() ) + 1;
-        const U64 product = Hash<Key>()( key ) * 0x9E3779B97F4A7C15U;
-        return static_cast<std::size_t>( product >> shift );
-    }
-    template <class Table>
-    static std::size_t bucketAfter( const Table & table, std::size_t bucket ) {
-        return ( bucket + 1 ) & ( table.size() - 1 );
-    }
-
     U32 positionOf( const Key & key ) const {
-        return withTable( [&]( const auto & table ) {
-            std::size_t bucket = firstBucket( table, key );
-            while ( const U32 entry = table[bucket] ) {
-                if ( slots_[entry - 1].key == key ) {
-                    return entry - 1;
-                }
-                bucket = bucketAfter( table, bucket );
-            }
-            return absent;
-        } );
+        return index_.find( Hash<Key>()( key ),
+                            [&]( U32 position ) { return slots_[position].key == key; } );
     }
+    std::size_t hashOf( U32 position ) const { return Hash<Key>()( slots_[position].key ); }
 
-    template <class Table>
-    void link( Table & table, U32 position ) {
-        std::size_t bucket = firstBucket( table, slots_[position].key );
-        while ( table[bucket] != 0 ) {
-            bucket = bucketAfter( table, bucket );
-        }
-        table[bucket] = static_cast<typename Table::value_type>( position + 1 );
-    }
-
-    // Frees the bucket of a position and moves later ones of its run forward, so that look-ups need
-    // no markers.
-    template <class Table>
-    void unlink( Table & table, U32 position ) {
-        std::size_t hole = firstBucket( table, slots_[position].key );
-        while ( table[hole] != position + 1 ) {
-            hole = bucketAfter( table, hole );
-        }
-        const std::size_t mask = table.size() - 1;
-        for ( std::size_t bucket = bucketAfter( table, hole ); table[bucket] != 0;
-              bucket = bucketAfter( table, bucket ) ) {
-            const std::size_t home = firstBucket( table, slots_[table[bucket] - 1U].key );
-            if ( ( ( bucket - home ) & mask ) >= ( ( bucket - hole ) & mask ) ) {
-                table[hole] = table[bucket];
-                hole = bucket;
-            }
-        }
-        table[hole] = 0;
-    }
-
-    // Makes the array and the table fit for one more entry. Positions change only when no walk is
+    // Makes the array and the index fit for one more entry. Positions change only when no walk is
     // under way.
     void makeRoom() {
-        if ( hasFewSlots() && slots_.size() < few ) {
+        constexpr std::size_t few = HashIndex::few;
+        if ( index_.isForFew() && slots_.size() < few ) {
             slots_.reserve( few );
             return;
         }
         const std::size_t size = size_ + std::size_t{ 1 };
         const bool squeezes =
-            walks_ == 0 && slots_.size() >= ( hasFewSlots() ? size : 2 * size + few );
+            walks_ == 0 && slots_.size() >= ( index_.isForFew() ? size : 2 * size + few );
         if ( squeezes ) {
             std::erase_if( slots_, []( const Slot & slot ) { return !slot.live; } );
         }
-        if ( !hasFewSlots() || slots_.size() >= few ) {
-            if ( squeezes || 2 * size > table_.size() ) {
-                table_.assign( std::bit_ceil( 2 * std::max( size, few ) ), 0 );
-                linkAll( table_ );
-            }
-        } else {
-            fewTable_ = {};
-            linkAll( fewTable_ );
+        if ( index_.isForFew() && slots_.size() < few ) {
+            index_.resetForFew();
+            indexAll();
+        } else if ( index_.isForFew() || squeezes || size > index_.room() ) {
+            index_.resetFor( std::max( size, few ) );
+            indexAll();
         }
     }
 
-    template <class Table>
-    void linkAll( Table & table ) {
-        for ( std::size_t i = 0; i < slots_.size(); ++i ) {
-            if ( slots_[i].live ) {
-                link( table, static_cast<U32>( i ) );
+    void indexAll() {
+        for ( U32 position = 0; position < slots_.size(); ++position ) {
+            if ( slots_[position].live ) {
+                index_.insert( hashOf( position ), position );
             }
         }
     }
 
     std::vector<Slot> slots_;
-    // Position + 1 of the entry, 0: free. The first is in use while the second is empty.
-    std::array<U8, 2 * few> fewTable_{};
-    std::vector<U32> table_;
+    HashIndex index_;
     U32 size_ = 0;
     mutable U32 walks_ = 0;
 };
