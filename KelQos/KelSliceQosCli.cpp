@@ -127,8 +127,9 @@ void KelSliceQosCli::handleQosCommand( U32 socket, const std::string & command )
         kelSliceQosSm()->showTmQueueStatus( socket );
     } else if ( contains( command, showTm ) ) {
         KEL_TRACE( sliceTrace, 8 ) << "handleQosCommand: Show tm";
-        kelSliceQosSm()->showAllTmIntfCounters( socket, nonZeroOnly );
-        kelSliceQosSm()->showTmNonIntfPpgCounters( socket, nonZeroOnly );
+        KelSliceQosReply reply( socket );
+        kelSliceQosSm()->showAllTmIntfCounters( reply, nonZeroOnly );
+        kelSliceQosSm()->showTmNonIntfPpgCounters( reply, nonZeroOnly );
     } else if ( contains( command, showBuf ) ) {
         KEL_TRACE( sliceTrace, 8 ) << "handleQosCommand: Show buf";
         kelSliceQosSm()->showBufferAllocation( socket );

@@ -13,6 +13,7 @@ namespace KelQos {
 
 class KelSliceQosCli;
 class KelSliceQosLeakHandlerSm;
+class KelSliceQosReply;
 class KelSliceQosSm;
 
 // Creates the QoS state machine of one chip, brings the whole chip up from the entities as they
@@ -150,12 +151,15 @@ class KelSliceQosSm : public Kel::Entity, public BufferCounters, public BufferAl
     // Writes a port's map of PFC classes, unless a class is unmapped.
     void doProgramIntfPfcCosToTcMap( KelPortTypes::PortIndex port ) const;
 
-    // --- Answers to diagnostic commands, written to a descriptor. Before initialisation the answer
-    // is "Agent not initialized yet".
+    // --- Answers to diagnostic commands, written to a descriptor, or added to an answer that has
+    // several parts. Before initialisation the answer is "Agent not initialized yet". Counters are
+    // asked for by device: Kel::RangeException when its number is too large for one that has any.
     void showBufferAllocation( U32 fd ) const;
     void showTmIntfCounters( U32 fd, Kel::IntfId intf, bool nonZeroOnly );
     void showAllTmIntfCounters( U32 fd, bool nonZeroOnly );
+    void showAllTmIntfCounters( KelSliceQosReply & reply, bool nonZeroOnly );
     void showTmNonIntfPpgCounters( U32 fd, bool nonZeroOnly ) const;
+    void showTmNonIntfPpgCounters( KelSliceQosReply & reply, bool nonZeroOnly ) const;
     void showTmBlockLevelCounters( U32 fd, bool nonZeroOnly ) const;
     void showTmQueueStatus( U32 fd );
 

@@ -82,9 +82,9 @@ PpgSorter KelSliceQosSm::fetchPpgCounters( const PortInfo & portInfo, bool nonZe
     if ( !intf ) {
         return sorter;
     }
-    intf->velTmPpgConfig().visit( [&]( PpgId ppgId, const auto & ppg ) {
+    for ( const auto & [ppgId, ppg] : intf->velTmPpgConfig() ) {
         if ( ppg->ppgHandle() < 0 || !ppg->notifier() ) {
-            return;
+            continue;
         }
         const auto counterIndex = static_cast<U8>( ppg->ppgHandle() & 0xFF );
         KEL_TRACE( sliceTrace, 9 ) << "KelQosCounters::"
@@ -96,7 +96,7 @@ PpgSorter KelSliceQosSm::fetchPpgCounters( const PortInfo & portInfo, bool nonZe
                             counterIndex, config.internalCosBmp(), config.minLimitCells(),
                             getDynamicThresholdValue( config.dynamicThreshold() ), tmCountersData(),
                             tmCountersDataLastClear(), sorter, ppgId.value(), nonZeroOnly );
-    } );
+    }
     return sorter;
 }
 

@@ -26,17 +26,19 @@ constexpr U32 queuesAvailable = 2304;
 constexpr U32 ppgCounterIndices = 201;
 constexpr U32 portPipes = 4; // that a port index can name
 
-bool answerUninitialized( const KelSliceQosSm & sm, U32 fd ) {
+bool answerUninitialized( const KelSliceQosSm & sm, KelSliceQosReply & reply ) {
     if ( !sm.initialized() ) {
-        KelSliceQosReply( fd ).text( "Agent not initialized yet" );
+        reply.text( "Agent not initialized yet" );
     }
     return !sm.initialized();
 }
 
+// Throws Kel::RangeException when the state machine's device can have no ports.
 PortSorter portsOf( const KelSliceQosSm & sm ) {
+    const KelDevId devId( sm.deviceId() );
     PortSorter ports;
     if ( sm.systemStatus() ) {
-        createPortSorter( ports, Kel::Ptr( sm.systemStatus() ), sm.deviceId() );
+        createPortSorter( ports, Kel::Ptr( sm.systemStatus() ), devId.value() );
     }
     return ports;
 }
@@ -202,21 +204,25 @@ void printBlockLevelCounters( KelSliceQosReply & reply, const BlockLevelCounterS
 }
 
 void KelSliceQosSm::showTmIntfCounters( U32 fd, IntfId intf, bool nonZeroOnly ) {
-    if ( answerUninitialized( *this, fd ) ) {
+    KelSliceQosReply reply( fd );
+    if ( answerUninitialized( *this, reply ) ) {
         return;
     }
-    KelSliceQosReply reply( fd );
     printTmIntfCounters( reply, *this, intf, nonZeroOnly );
 }
 
 void KelSliceQosSm::showAllTmIntfCounters( U32 fd, bool nonZeroOnly ) {
-    if ( answerUninitialized( *this, fd ) ) {
+    KelSliceQosReply reply( fd );
+    showAllTmIntfCounters( reply, nonZeroOnly );
+}
+
+void KelSliceQosSm::showAllTmIntfCounters( KelSliceQosReply & reply, bool nonZeroOnly ) {
+    if ( answerUninitialized( *this, reply ) ) {
         return;
     }
     KEL_TRACE( sliceTrace, 8 ) << "KelQosCounters::"
                                << "showAllTmIntfCounters"
                                << ", nonZeroOnly: " << nonZeroOnly;
-    KelSliceQosReply reply( fd );
     for ( const auto & [portIndex, intf] : portsOf( *this ) ) {
         printTmIntfCounters( reply, *this, intf, nonZeroOnly );
     }
@@ -224,13 +230,17 @@ void KelSliceQosSm::showAllTmIntfCounters( U32 fd, bool nonZeroOnly ) {
 }
 
 void KelSliceQosSm::showTmNonIntfPpgCounters( U32 fd, bool nonZeroOnly ) const {
-    if ( answerUninitialized( *this, fd ) ) {
+    KelSliceQosReply reply( fd );
+    showTmNonIntfPpgCounters( reply, nonZeroOnly );
+}
+
+void KelSliceQosSm::showTmNonIntfPpgCounters( KelSliceQosReply & reply, bool nonZeroOnly ) const {
+    if ( answerUninitialized( *this, reply ) ) {
         return;
     }
     KEL_TRACE( sliceTrace, 8 ) << "KelQosCounters::"
                                << "showTmNonIntfPpgCounters"
                                << ", nonZeroOnly: " << nonZeroOnly;
-    KelSliceQosReply reply( fd );
     const BoundIndices bound = boundPpgCounterIndices( *this );
     for ( U32 pipe = 0; hasPipe( *this, pipe ); ++pipe ) {
         PpgSorter sorter;
@@ -250,13 +260,13 @@ void KelSliceQosSm::showTmNonIntfPpgCounters( U32 fd, bool nonZeroOnly ) const {
 }
 
 void KelSliceQosSm::showTmBlockLevelCounters( U32 fd, bool nonZeroOnly ) const {
-    if ( answerUninitialized( *this, fd ) ) {
+    KelSliceQosReply reply( fd );
+    if ( answerUninitialized( *this, reply ) ) {
         return;
     }
     KEL_TRACE( sliceTrace, 8 ) << "KelQosCounters::"
                                << "showTmBlockLevelCounters"
                                << ", nonZeroOnly: " << nonZeroOnly;
-    KelSliceQosReply reply( fd );
     for ( U32 pipe = 0; hasPipe( *this, pipe ); ++pipe ) {
         const KelDevId devId( deviceId() );
         const KelPipeId pipeId( static_cast<U16>( pipe ) );
@@ -278,12 +288,12 @@ void KelSliceQosSm::showTmBlockLevelCounters( U32 fd, bool nonZeroOnly ) const {
 }
 
 void KelSliceQosSm::showTmQueueStatus( U32 fd ) {
-    if ( answerUninitialized( *this, fd ) ) {
+    KelSliceQosReply reply( fd );
+    if ( answerUninitialized( *this, reply ) ) {
         return;
     }
     KEL_TRACE( sliceTrace, 8 ) << "KelQosCounters::"
                                << "showTmQueueStatus";
-    KelSliceQosReply reply( fd );
     reply.text( "{ " );
     for ( const auto & [portIndex, intf] : portsOf( *this ) ) {
         printQueueStatus( reply, *this, intf );
@@ -292,12 +302,12 @@ void KelSliceQosSm::showTmQueueStatus( U32 fd ) {
 }
 
 void KelSliceQosSm::showBufferAllocation( U32 fd ) const {
-    if ( answerUninitialized( *this, fd ) ) {
+    KelSliceQosReply reply( fd );
+    if ( answerUninitialized( *this, reply ) ) {
         return;
     }
     KEL_TRACE( sliceTrace, 8 ) << "KelQosCounters::"
                                << "showBufferAllocation";
-    KelSliceQosReply reply( fd );
     const auto line = [&]( const char * label, S64 value ) {
         reply.text( label ).signedNumber( value ).text( "\n" );
     };
