@@ -1,9 +1,12 @@
 #include "KelQos/KelSliceQosReply.h"
 
+#include "KelQos/KelSliceQosSmLog.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <limits>
+#include <system_error>
 
 namespace KelQos {
 
@@ -33,6 +36,11 @@ KelSliceQosReply::~KelSliceQosReply() { flush(); }
 void KelSliceQosReply::flush() {
     writer_.write( { buffer_.get(), size_ } );
     size_ = 0;
+    if ( const int failure = writer_.failure(); failure != reportedFailure_ ) {
+        reportedFailure_ = failure;
+        KEL_TRACE( sliceTrace, 1 ) << "flush: Answer on descriptor " << writer_.fd()
+                                   << " cut short: " << std::generic_category().message( failure );
+    }
 }
 
 // A text that may not fit into what is left of the buffer.

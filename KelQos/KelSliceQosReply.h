@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KelQos/KelSliceQosReplyWriter.h"
+#include "Platform/Agent/ReplyWriter.h"
 #include "Platform/Framework/Types.h"
 
 #include <charconv>
@@ -80,7 +80,8 @@ class KelSliceQosReply {
     KelSliceQosReply & longRepeated( char c, U32 count );
     void flush();
 
-    KelSliceQosReplyWriter writer_;
+    Agent::ReplyWriter writer_;
+    int reportedFailure_ = 0;
     std::size_t size_ = 0;
     std::unique_ptr<char[]> buffer_;
 };

@@ -80,7 +80,7 @@ void KelSliceQosSm::handleInitialized() {
         (void)bf_tm_set_ut_mode_as_model( devId ); // a driver without a model has nothing to do
     }
     U32 totalCellCount = 0;
-    (void)bf_tm_total_cell_count_get( devId, &totalCellCount ); // a limit of 0 drops nothing
+    (void)bf_tm_total_cell_count_get( devId, &totalCellCount ); // 0: classes pause at once
     for ( U32 icos = 0; icos < Cos::count; ++icos ) {
         KEL_TM_CHECKED(
             bf_tm_pool_pfc_limit_set( devId, BF_TM_IG_APP_POOL_0, icos, totalCellCount ) );

@@ -155,18 +155,18 @@ class KelSliceQosSm : public Kel::Entity, public BufferCounters, public BufferAl
     // several parts. Before initialisation the answer is "Agent not initialized yet". Counters are
     // asked for by device: Kel::RangeException when its number is too large for one that has any.
     void showBufferAllocation( U32 fd ) const;
-    void showTmIntfCounters( U32 fd, Kel::IntfId intf, bool nonZeroOnly );
-    void showAllTmIntfCounters( U32 fd, bool nonZeroOnly );
-    void showAllTmIntfCounters( KelSliceQosReply & reply, bool nonZeroOnly );
+    void showTmIntfCounters( U32 fd, Kel::IntfId intf, bool nonZeroOnly ) const;
+    void showAllTmIntfCounters( U32 fd, bool nonZeroOnly ) const;
+    void showAllTmIntfCounters( KelSliceQosReply & reply, bool nonZeroOnly ) const;
     void showTmNonIntfPpgCounters( U32 fd, bool nonZeroOnly ) const;
     void showTmNonIntfPpgCounters( KelSliceQosReply & reply, bool nonZeroOnly ) const;
     void showTmBlockLevelCounters( U32 fd, bool nonZeroOnly ) const;
-    void showTmQueueStatus( U32 fd );
+    void showTmQueueStatus( U32 fd ) const;
 
     // Usage of the port's allocated groups, and of its queues. Throw Kel::RangeException for a
     // device id that is none.
-    PpgSorter fetchPpgCounters( const KelSystem::PortInfo & portInfo, bool nonZeroOnly );
-    TxQSorter fetchTxQCounters( const KelSystem::PortInfo & portInfo, bool nonZeroOnly );
+    PpgSorter fetchPpgCounters( const KelSystem::PortInfo & portInfo, bool nonZeroOnly ) const;
+    TxQSorter fetchTxQCounters( const KelSystem::PortInfo & portInfo, bool nonZeroOnly ) const;
 
   private:
     void createReactors( const KelSliceQosSmInputs & inputs );

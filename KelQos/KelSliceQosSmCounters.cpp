@@ -73,7 +73,7 @@ void createPortSorter( PortSorter & sorter, const Ptr<const KelSystem::SystemSta
     }
 }
 
-PpgSorter KelSliceQosSm::fetchPpgCounters( const PortInfo & portInfo, bool nonZeroOnly ) {
+PpgSorter KelSliceQosSm::fetchPpgCounters( const PortInfo & portInfo, bool nonZeroOnly ) const {
     KEL_TRACE( sliceTrace, 8 ) << "KelQosCounters::"
                                << "fetchPpgCounters"
                                << ", portIndex: " << portInfo.portIndex();
@@ -100,7 +100,7 @@ PpgSorter KelSliceQosSm::fetchPpgCounters( const PortInfo & portInfo, bool nonZe
     return sorter;
 }
 
-TxQSorter KelSliceQosSm::fetchTxQCounters( const PortInfo & portInfo, bool nonZeroOnly ) {
+TxQSorter KelSliceQosSm::fetchTxQCounters( const PortInfo & portInfo, bool nonZeroOnly ) const {
     KEL_TRACE( sliceTrace, 8 ) << "KelQosCounters::"
                                << "fetchTxQCounters"
                                << ", portIndex: " << portInfo.portIndex();

@@ -48,7 +48,7 @@ PortInfo portInfoOf( const KelSliceQosSm & sm, IntfId intf ) {
     return sm.systemStatus() ? sm.systemStatus()->portInfo( intf ) : PortInfo();
 }
 
-// The highest pipe can change between two pipes.
+// Asked before each pipe: a store that another agent writes may gain or lose one.
 bool hasPipe( const KelSliceQosSm & sm, U32 pipe ) {
     return sm.chipStatus() && pipe <= sm.chipStatus()->maxPipeId();
 }
@@ -61,7 +61,7 @@ void printTxQCounters( KelSliceQosReply & reply, const TxQSorter & sorter ) {
     }
 }
 
-void printTmIntfCounters( KelSliceQosReply & reply, KelSliceQosSm & sm, IntfId intf,
+void printTmIntfCounters( KelSliceQosReply & reply, const KelSliceQosSm & sm, IntfId intf,
                           bool nonZeroOnly ) {
     KEL_TRACE( sliceTrace, 8 ) << "KelQosCounters::"
                                << "showTmIntfCounters"
@@ -139,7 +139,7 @@ void printOccupancy( KelSliceQosReply & reply, U32 cells, U32 minLimitCells,
     reply.text( ", 'dynamic_threshold': " ).real( dynamicThreshold ).text( "}, " );
 }
 
-void printQueueStatus( KelSliceQosReply & reply, KelSliceQosSm & sm, IntfId intf ) {
+void printQueueStatus( KelSliceQosReply & reply, const KelSliceQosSm & sm, IntfId intf ) {
     const PortInfo portInfo = portInfoOf( sm, intf );
     if ( !sm.velTmIntfConfig().contains( portInfo.portIndex() ) ) {
         return;
@@ -203,7 +203,7 @@ void printBlockLevelCounters( KelSliceQosReply & reply, const BlockLevelCounterS
     reply.text( "\n" );
 }
 
-void KelSliceQosSm::showTmIntfCounters( U32 fd, IntfId intf, bool nonZeroOnly ) {
+void KelSliceQosSm::showTmIntfCounters( U32 fd, IntfId intf, bool nonZeroOnly ) const {
     KelSliceQosReply reply( fd );
     if ( answerUninitialized( *this, reply ) ) {
         return;
@@ -211,12 +211,12 @@ void KelSliceQosSm::showTmIntfCounters( U32 fd, IntfId intf, bool nonZeroOnly ) 
     printTmIntfCounters( reply, *this, intf, nonZeroOnly );
 }
 
-void KelSliceQosSm::showAllTmIntfCounters( U32 fd, bool nonZeroOnly ) {
+void KelSliceQosSm::showAllTmIntfCounters( U32 fd, bool nonZeroOnly ) const {
     KelSliceQosReply reply( fd );
     showAllTmIntfCounters( reply, nonZeroOnly );
 }
 
-void KelSliceQosSm::showAllTmIntfCounters( KelSliceQosReply & reply, bool nonZeroOnly ) {
+void KelSliceQosSm::showAllTmIntfCounters( KelSliceQosReply & reply, bool nonZeroOnly ) const {
     if ( answerUninitialized( *this, reply ) ) {
         return;
     }
@@ -287,7 +287,7 @@ void KelSliceQosSm::showTmBlockLevelCounters( U32 fd, bool nonZeroOnly ) const {
     }
 }
 
-void KelSliceQosSm::showTmQueueStatus( U32 fd ) {
+void KelSliceQosSm::showTmQueueStatus( U32 fd ) const {
     KelSliceQosReply reply( fd );
     if ( answerUninitialized( *this, reply ) ) {
         return;

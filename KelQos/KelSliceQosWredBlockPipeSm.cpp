@@ -150,7 +150,7 @@ void KelSliceQosWredBlockPipeSm::writeEntry( U16 resourceIndex,
                                   << "WRED Set failed for D" << device << " P" << pipe
                                   << " resourceIndex: " << resourceIndex
                                   << " with errorCode: " << status;
-        Kel::ringTrace( "handleResourceConfig", " WRED Set failed for D", device, " P", pipe,
+        Kel::ringTrace( " WRED Set failed for D", device, " P", pipe,
                         " resourceIndex: ", resourceIndex, " with errorCode: ", status );
     }
 }

@@ -1,5 +1,5 @@
-// Any bytes as the text form of a record, as an interface name and as trace levels: what can be
-// read is written and read again as the same value.
+// Any bytes as the text form of a record and as trace levels: what can be read is written and read
+// again as the same value.
 
 #include "KelQos/KelSliceQosCounters.h"
 #include "Platform/Framework/Assert.h"

@@ -1,27 +1,11 @@
 #include "Platform/Agent/AgentCommand.h"
 
+#include "Platform/Agent/ReplyWriter.h"
 #include "Platform/Framework/Exceptions.h"
-
-#include <cerrno>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace Agent {
 
 using Kel::Ptr;
-
-namespace {
-
-// A peer that is gone or does not read must neither end nor hold up the agent: what it does not
-// take at once it does not get.
-void writeOnce( int fd, const std::string & text ) {
-    if ( send( fd, text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT ) < 0 &&
-         errno == ENOTSOCK ) {
-        [[maybe_unused]] const auto written = write( fd, text.data(), text.size() );
-    }
-}
-
-} // namespace
 
 void AgentCommandRequestDirSm::agentCommandCallbackIs( Ptr<AgentCommandCallback> callback ) {
     if ( !callback ) {
@@ -50,8 +34,9 @@ bool AgentCommandRequestDirSm::deliver( const std::string & commandType, U32 soc
     try {
         callback->handleCommand( socket, command );
     } catch ( const Kel::Exception & error ) {
-        writeOnce( static_cast<int>( socket ),
-                   "Command failed: " + std::string( error.what() ) + "\n" );
+        constexpr S32 noPatience = 0; // a peer that does not read has had the callback's
+        ReplyWriter( static_cast<int>( socket ), noPatience )
+            .write( "Command failed: " + std::string( error.what() ) + "\n" );
     }
     return true;
 }

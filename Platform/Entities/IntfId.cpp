@@ -6,16 +6,12 @@
 
 namespace Kel {
 
-namespace {
-
-bool isInternalName( std::string_view name ) {
+bool InternalIntfId::isInternalName( std::string_view name ) {
     constexpr std::string_view prefix = "Internal";
     return name.size() > prefix.size() && name.starts_with( prefix ) &&
            std::all_of( name.begin() + prefix.size(), name.end(),
                         []( char c ) { return c >= '0' && c <= '9'; } );
 }
-
-} // namespace
 
 struct IntfId::Table {
     std::unordered_map<std::string_view, std::unique_ptr<const Record>> records;
@@ -28,8 +24,8 @@ struct IntfId::Table {
         if ( const Record * present = find( name ) ) {
             return present;
         }
-        auto record =
-            std::make_unique<const Record>( Record{ std::string( name ), isInternalName( name ) } );
+        auto record = std::make_unique<const Record>(
+            Record{ std::string( name ), InternalIntfId::isInternalName( name ) } );
         const std::string_view key = record->name;
         return records.emplace( key, std::move( record ) ).first->second.get();
     }

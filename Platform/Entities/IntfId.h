@@ -51,6 +51,7 @@ class IntfId {
 class InternalIntfId {
   public:
     static bool isInternalIntfId( IntfId intfId ) { return intfId.record_->internal; }
+    static bool isInternalName( std::string_view name );
 };
 
 } // namespace Kel

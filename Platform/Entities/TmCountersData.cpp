@@ -90,7 +90,9 @@ void TmCountersData::blockLevelCounterIs( KelDevTgt pipe, BlockLevelCounterName 
 }
 
 void TmCountersData::blockLevelCounterDel( KelDevTgt pipe, BlockLevelCounterName name ) {
-    block( pipe ).erase( name );
+    if ( const Kel::Ptr<Block> * present = blocks_.find( pipe ) ) {
+        ( *present )->counters.erase( name );
+    }
 }
 
 void TmCountersData::blockLevelCountersDel( KelDevTgt pipe ) { blocks_.erase( pipe ); }

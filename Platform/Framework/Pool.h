@@ -19,6 +19,10 @@ namespace Kel {
 // For one thread.
 class Pool {
   public:
+    constexpr Pool() = default;
+    Pool( const Pool & ) = delete;
+    Pool & operator=( const Pool & ) = delete;
+
     // A block of `size` bytes, which must be the same at every call, a multiple of the pointer's
     // size, and not 0. Throws std::bad_alloc.
     void * take( std::size_t size ) {
@@ -58,12 +62,13 @@ template <class T>
 class Pooled {
 #if !KEL_ADDRESS_SANITIZER
   public:
+    // NOLINTNEXTLINE(misc-new-delete-overloads): its counterpart wants the size too
     static void * operator new( std::size_t size ) {
         static_assert( alignof( T ) <= alignof( std::max_align_t ) );
         return size == sizeof( T ) ? pool_.take( size ) : ::operator new( size );
     }
     static void operator delete( void * object, std::size_t size ) noexcept {
-        size == sizeof( T ) ? pool_.give( object ) : ::operator delete( object, size );
+        size == sizeof( T ) ? pool_.give( object ) : ::operator delete( object );
     }
 
   private:

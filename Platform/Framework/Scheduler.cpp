@@ -67,7 +67,7 @@ void Scheduler::linkNext( Timer & timer, Timer ** link ) {
 // Takes it out of its list, if it is in one.
 void Scheduler::remove( Timer & timer ) {
     const U64 tick = std::exchange( timer.tick_, Timer::idle );
-    if ( tick == Timer::idle || tick == Timer::kept ) {
+    if ( tick > Timer::next ) {
         return;
     }
     *timer.link_ = timer.following_;

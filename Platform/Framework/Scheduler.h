@@ -48,6 +48,8 @@ class Timer {
     static constexpr U64 kept = idle - 1;
     static constexpr U64 next = idle - 2; // among the scheduler's next ones
 
+    // In a list of the scheduler's.
+    bool isLinked() const { return tick_ <= next; }
     bool before( const Timer & other ) const {
         return due_ < other.due_ || ( due_ == other.due_ && order_ < other.order_ );
     }
@@ -94,8 +96,8 @@ class Scheduler {
     static constexpr F64 ticksPerSecond = 64.0;
     static constexpr U32 digitBits = 6; // a level's slots have one bit each in a word
     static constexpr U32 slots = 1U << digitBits;
-    static constexpr U32 levels = 6;
-    // About 34 years. Later timers count as due then; they are never looked at before.
+    static constexpr U32 levels = 7;
+    // About 2,000 years. Later timers count as due then; they are never looked at before.
     static constexpr U64 lastTick = ( U64{ 1 } << ( digitBits * levels ) ) - 1;
 
     // One digit of a tick.
@@ -160,7 +162,9 @@ inline void Timer::dueIs( F64 due ) {
     order_ = scheduler_.nextOrder_++;
     const U64 tick = Scheduler::tickOf( due );
     if ( tick_ > tick ) {
-        scheduler_.remove( *this );
+        if ( isLinked() ) {
+            scheduler_.remove( *this );
+        }
         scheduler_.insert( *this, tick );
     }
 }

@@ -94,11 +94,19 @@ template <typename T>
 struct RingTraceField<
     T, std::enable_if_t<!isLiteralText<T> && std::is_convertible_v<const T &, std::string_view>>> {
     static constexpr char format = 'c';
-    static std::size_t size( std::string_view text ) {
-        return 1 + std::min( text.size(), ringTraceTextMax );
+    static std::string_view textOf( const T & text ) {
+        if constexpr ( std::is_pointer_v<T> ) {
+            return text ? text : "(null)";
+        } else {
+            return text;
+        }
+    }
+    static std::size_t size( const T & text ) {
+        return 1 + std::min( textOf( text ).size(), ringTraceTextMax );
     }
     // The length byte of a text that was cut is one more than the bytes that are there.
-    static U8 * put( U8 * to, std::string_view text ) {
+    static U8 * put( U8 * to, const T & value ) {
+        const std::string_view text = textOf( value );
         const std::size_t kept = std::min( text.size(), ringTraceTextMax );
         *to = static_cast<U8>( std::min( text.size(), ringTraceTextMax + 1 ) );
         text.copy( reinterpret_cast<char *>( to + 1 ), kept );

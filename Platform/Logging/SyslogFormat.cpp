@@ -1,6 +1,7 @@
 #include "Platform/Logging/SyslogFormat.h"
 
-#include <charconv>
+#include "Platform/Framework/Text.h"
+
 #include <cstdio>
 
 namespace Kel {
@@ -23,13 +24,10 @@ std::string SyslogArg::toText() const {
     if ( kind_ == Kind::text ) {
         return std::string( text_ );
     }
-    std::array<char, 32> buffer; // the longest shortest double has 24 characters
-    char * const end = buffer.data() + buffer.size();
-    const auto result = kind_ == Kind::real ? std::to_chars( buffer.data(), end, real_ )
-                        : isSigned_
-                            ? std::to_chars( buffer.data(), end, static_cast<S64>( integer_ ) )
-                            : std::to_chars( buffer.data(), end, integer_ );
-    return std::string( buffer.data(), result.ptr );
+    if ( kind_ == Kind::real ) {
+        return valueToStrep( real_ );
+    }
+    return isSigned_ ? valueToStrep( static_cast<S64>( integer_ ) ) : valueToStrep( integer_ );
 }
 
 bool SyslogFormat::accepts( Takes takes, const SyslogArg & arg ) {

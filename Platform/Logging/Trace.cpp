@@ -1,8 +1,8 @@
 #include "Platform/Logging/Trace.h"
 
+#include "Platform/Framework/Text.h"
+
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cstdio>
 #include <stdexcept>
 #include <utility>
@@ -65,13 +65,6 @@ U16 parsedLevels( std::string_view setting, std::string_view levels ) {
         }
         levels.remove_prefix( comma + 1 );
     }
-}
-
-template <typename T>
-void appendNumber( std::string & text, T value ) {
-    std::array<char, 32> buffer; // the longest shortest double has 24 characters
-    const auto result = std::to_chars( buffer.data(), buffer.data() + buffer.size(), value );
-    text.append( buffer.data(), result.ptr );
 }
 
 } // namespace
@@ -156,9 +149,9 @@ TraceLine::~TraceLine() {
 }
 
 void TraceLine::appendText( const char * text ) { text_.append( text ? text : "(null)" ); }
-void TraceLine::appendSigned( S64 value ) { appendNumber( text_, value ); }
-void TraceLine::appendUnsigned( U64 value ) { appendNumber( text_, value ); }
-void TraceLine::appendReal( float value ) { appendNumber( text_, value ); }
-void TraceLine::appendReal( double value ) { appendNumber( text_, value ); }
+void TraceLine::appendSigned( S64 value ) { text_ += valueToStrep( value ); }
+void TraceLine::appendUnsigned( U64 value ) { text_ += valueToStrep( value ); }
+void TraceLine::appendReal( float value ) { text_ += valueToStrep( value ); }
+void TraceLine::appendReal( double value ) { text_ += valueToStrep( value ); }
 
 } // namespace Kel

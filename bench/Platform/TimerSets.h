@@ -145,7 +145,7 @@ class LazyQueueTimers {
     std::priority_queue<Record> queue_;
 };
 
-// Its time is the machine's, so every due time lies before now by the horizon at least.
+// Its time is the machine's, so every due time lies before now by the horizon at most.
 class EvTimers {
   public:
     explicit EvTimers( std::size_t count ) : timers_( count ) {

@@ -10,6 +10,7 @@
 #include <functional>
 #include <limits>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <thread>
 #include <unistd.h>
 
@@ -178,6 +179,23 @@ TEST( Reply, isCutShortRatherThanWaitForAReaderThatDoesNotRead ) {
             EXPECT_EQ( got, longText().substr( 0, got.size() ) );
         }
     }
+}
+
+TEST( Reply, isCutShortWhenASignalComesWhileItWaits ) {
+    struct sigaction interrupt {};
+    interrupt.sa_handler = []( int ) {};
+    struct sigaction before {};
+    sigaction( SIGALRM, &interrupt, &before );
+    Channel channel = Channel::pipe(); // a blocking one: to write to it once it is full is to hang
+    const itimerval soon{ {}, { .tv_sec = 0, .tv_usec = 20'000 } };
+    setitimer( ITIMER_REAL, &soon, nullptr );
+    {
+        KelSliceQosReply reply( channel.fd(), 100 );
+        reply.text( longText() );
+    }
+    sigaction( SIGALRM, &before, nullptr );
+    channel.end();
+    EXPECT_LT( channel.readAll().size(), longText().size() );
 }
 
 TEST( Reply, toAPeerThatIsGoneEndsWithoutASignal ) {

@@ -30,6 +30,7 @@ struct FailingCall {
     const char * source; // behind KelQos/KelSliceQosSm
     const char * function;
     std::function<void( World & )> change;
+    U64 skip = 0; // calls of the operation that succeed before
 };
 
 const std::vector<FailingCall> & failingCalls() {
@@ -66,6 +67,21 @@ const std::vector<FailingCall> & failingCalls() {
           "Buffers", "reconfigureSharedPools", pools },
         { "bf_tm_pool_size_set( devId, BF_TM_IG_APP_POOL_0, ingressSharedPoolCellCount() )",
           "Buffers", "programSharedPools", pools },
+        { "bf_tm_pool_size_set( devId, BF_TM_IG_APP_POOL_1, 0 )", "Buffers", "programSharedPools",
+          pools, 1 },
+        { "bf_tm_pool_size_set( devId, BF_TM_IG_APP_POOL_2, 0 )", "Buffers", "programSharedPools",
+          pools, 2 },
+        { "bf_tm_pool_size_set( devId, BF_TM_IG_APP_POOL_3, 0 )", "Buffers", "programSharedPools",
+          pools, 3 },
+        { "bf_tm_pool_size_set( devId, BF_TM_EG_APP_POOL_0, egressSharedPoolCellCount() )",
+          "Buffers", "programSharedPools", pools, 4 },
+        { "bf_tm_pool_size_set( devId, BF_TM_EG_APP_POOL_1, 0 )", "Buffers", "programSharedPools",
+          pools, 5 },
+        { "bf_tm_pool_size_set( devId, BF_TM_EG_APP_POOL_2, 0 )", "Buffers", "programSharedPools",
+          pools, 6 },
+        { "bf_tm_pool_size_set( devId, BF_TM_EG_APP_POOL_3, "
+          "TmConfigConstants::multicastReservedPoolCellCount() )",
+          "Buffers", "programSharedPools", pools, 7 },
         { "bf_tm_ppg_icos_mapping_set( devId, ppgHandle(), notifier()->internalCosBmp() )", "Ppg",
           "handlePpgInternalCosBmp", map },
         { "bf_tm_ppg_icos_mapping_set( devId, ppgHandle(), 0 )", "Ppg", "cleanup", remove },
@@ -75,6 +91,8 @@ const std::vector<FailingCall> & failingCalls() {
         { "bf_tm_ppg_skid_limit_set( devId, ppgHandle(), 2 * "
           "TmConfigConstants::tofinoJumboPktCells() )",
           "Ppg", "doProgramPpgPfcEnabled", lossless },
+        { "bf_tm_ppg_skid_limit_set( devId, ppgHandle(), 0 )", "Ppg", "doProgramPpgPfcEnabled",
+          lossy, 1 },
         { "bf_tm_ppg_lossless_treatment_disable( devId, ppgHandle() )", "Ppg",
           "doProgramPpgPfcEnabled", lossy },
         { "bf_tm_ppg_guaranteed_min_limit_set( devId, ppgHandle(), notifier()->minLimitCells() )",
@@ -92,6 +110,8 @@ const std::vector<FailingCall> & failingCalls() {
         { "bf_tm_sched_port_shaping_rate_set( devId, portId, pps, shapeRate.shapeRateBurst(), "
           "shapeRate.shapeRateVal() )",
           "Intf", "handleIntfShapeRate", shape },
+        { "bf_tm_sched_port_shaping_rate_set( devId, portId, 0, 0, 0 )", "Intf",
+          "handleIntfShapeRate", unshape, 1 },
         { "bf_tm_sched_port_shaping_disable( devId, portId )", "Intf", "handleIntfShapeRate",
           unshape },
         { "bf_tm_q_pfc_cos_mapping_set( devId, portId, notifier()->txQueueId(), pfcCos )",
@@ -118,6 +138,8 @@ const std::vector<FailingCall> & failingCalls() {
         { "bf_tm_sched_q_shaping_rate_set( devId, portId, notifier()->txQueueId(), pps, "
           "rateParams.shapeRateBurst(), rateParams.shapeRateVal() )",
           "TxQueue", "doProgramShapeRate", rates },
+        { "bf_tm_sched_q_shaping_rate_set( devId, portId, notifier()->txQueueId(), false, 0, 0 )",
+          "TxQueue", "doProgramShapeRate", noRates, 1 },
         { "bf_tm_sched_q_max_shaping_rate_disable( devId, portId, notifier()->txQueueId() )",
           "TxQueue", "doProgramShapeRate", noRates },
         { "bf_tm_sched_q_guaranteed_rate_enable( devId, portId, notifier()->txQueueId() )",
@@ -149,8 +171,8 @@ std::string operationOf( const FailingCall & call ) {
 }
 
 void failsFor( World & world, const FailingCall & call ) {
-    world.switch1.chip.faults().faultIs(
-        { *KelModel::Operation::named( operationOf( call ) ), 9, KelModel::Fault::always, 0 } );
+    world.switch1.chip.faults().faultIs( { *KelModel::Operation::named( operationOf( call ) ), 9,
+                                           KelModel::Fault::always, call.skip } );
     // Every call of the operation reaches the chip's log, and with it standard error.
     world.switch1.chip.logSinkIs( [&]( std::string_view line ) {
         if ( line.find( operationOf( call ) ) != std::string_view::npos ) {

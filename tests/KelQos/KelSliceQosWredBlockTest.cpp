@@ -172,8 +172,8 @@ TEST_F( WredBlockTest, ARefusedWriteIsTracedAndTheOthersAreWritten ) {
     EXPECT_EQ( lines[2], "call wredSetIndirect(1, 0, 2, 201, 1, [1000, 100, 400, 0.1]) = 12" );
     EXPECT_EQ( lines[3], "1 void KelQos::KelSliceQosWredBlockPipeSm::handleResourceConfig(U16): "
                          "WRED Set failed for D0 P2 resourceIndex: 1 with errorCode: 12" );
-    EXPECT_NE( Kel::ringTraceText().find( " handleResourceConfig WRED Set failed for D0 P2 "
-                                          "resourceIndex: 1 with errorCode: 12\n" ),
+    EXPECT_NE( Kel::ringTraceText().find( "  WRED Set failed for D0 P2 resourceIndex: 1 "
+                                          "with errorCode: 12\n" ),
                std::string::npos );
     EXPECT_TRUE( chip.state().wredEntries.contains( { 2, 201, 0 } ) );
     EXPECT_FALSE( chip.state().wredEntries.contains( { 2, 201, 1 } ) );

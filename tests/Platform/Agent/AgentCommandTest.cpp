@@ -71,6 +71,12 @@ TEST_F( AgentCommand, RefusalsAreAnsweredAndOtherFailuresPassThrough ) {
         throw Kel::RangeException( "no such device" );
     } );
     EXPECT_EQ( ask( "Qos", "9:show tm" ), "begun\nCommand failed: no such device\n" );
+    std::array<int, 2> ends{};
+    ASSERT_EQ( pipe( ends.data() ), 0 );
+    answer( "Qos", []( U32, const std::string & ) { throw Kel::RangeException( "gone" ); } );
+    close( ends[0] );
+    EXPECT_TRUE( channel->deliver( "Qos", static_cast<U32>( ends[1] ), "x" ) ); // no signal
+    close( ends[1] );
     answer( "Qos", []( U32, const std::string & ) { throw std::logic_error( "bug" ); } );
     EXPECT_THROW( channel->deliver( "Qos", 0, "x" ), std::logic_error );
 }

@@ -6,7 +6,7 @@
 #include "Platform/Entities/TmConfig.h"
 #include "Platform/Entities/TmStatus.h"
 #include "Platform/Entities/WredConfig.h"
-#include "tests/Platform/Framework/Watcher.h"
+#include "tests/support/Watcher.h"
 
 #include <gtest/gtest.h>
 

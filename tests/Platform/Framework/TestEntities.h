@@ -2,7 +2,7 @@
 
 #include "Platform/Framework/Collections.h"
 #include "Platform/Framework/Entity.h"
-#include "tests/Platform/Framework/Watcher.h"
+#include "tests/support/Watcher.h"
 
 #include <string>
 #include <vector>

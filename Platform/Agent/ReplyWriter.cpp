@@ -1,6 +1,4 @@
-#include "KelQos/KelSliceQosReplyWriter.h"
-
-#include "KelQos/KelSliceQosSmLog.h"
+#include "Platform/Agent/ReplyWriter.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,10 +9,9 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 
-namespace KelQos {
+namespace Agent {
 
 namespace {
 
@@ -49,11 +46,11 @@ class SigpipeHeld {
 
 } // namespace
 
-KelSliceQosReplyWriter::KelSliceQosReplyWriter( int fd, S32 patience )
-    : fd_( fd ), patience_( patience ) {
+ReplyWriter::ReplyWriter( int fd, S32 patience )
+    : fd_( fd ), patience_( std::chrono::milliseconds( patience ) ) {
     struct stat status {};
     if ( fstat( fd, &status ) != 0 ) {
-        failedIs( errno );
+        failure_ = errno;
     } else if ( S_ISSOCK( status.st_mode ) ) {
         kind_ = Kind::socket;
     } else if ( S_ISREG( status.st_mode ) ) {
@@ -61,8 +58,8 @@ KelSliceQosReplyWriter::KelSliceQosReplyWriter( int fd, S32 patience )
     }
 }
 
-void KelSliceQosReplyWriter::write( std::string_view text ) {
-    if ( failed_ ) {
+void ReplyWriter::write( std::string_view text ) {
+    if ( failure_ != 0 ) {
         return;
     }
     if ( kind_ == Kind::socket ) {
@@ -73,28 +70,28 @@ void KelSliceQosReplyWriter::write( std::string_view text ) {
     }
 }
 
-void KelSliceQosReplyWriter::writeAll( std::string_view text ) {
-    while ( !text.empty() && !failed_ ) {
+void ReplyWriter::writeAll( std::string_view text ) {
+    while ( !text.empty() && failure_ == 0 ) {
         if ( kind_ == Kind::other && !waitForPeer() ) {
-            failedIs( ETIMEDOUT );
+            failure_ = ETIMEDOUT;
             return;
         }
         const S64 written = attempt( text );
         if ( written > 0 ) {
             text.remove_prefix( static_cast<std::size_t>( written ) );
         } else if ( written == 0 ) {
-            failedIs( EIO );
+            failure_ = EIO;
         } else if ( errno == EAGAIN || errno == EWOULDBLOCK ) {
             if ( !waitForPeer() ) {
-                failedIs( ETIMEDOUT );
+                failure_ = ETIMEDOUT;
             }
         } else if ( errno != EINTR ) {
-            failedIs( errno );
+            failure_ = errno;
         }
     }
 }
 
-S64 KelSliceQosReplyWriter::attempt( std::string_view text ) const {
+S64 ReplyWriter::attempt( std::string_view text ) const {
     if ( kind_ == Kind::socket ) {
         return send( fd_, text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT );
     }
@@ -103,22 +100,20 @@ S64 KelSliceQosReplyWriter::attempt( std::string_view text ) const {
     return ::write( fd_, text.data(), std::min( text.size(), most ) );
 }
 
-bool KelSliceQosReplyWriter::waitForPeer() {
+bool ReplyWriter::waitForPeer() {
     using Clock = std::chrono::steady_clock;
-    pollfd peer{ fd_, POLLOUT, 0 };
-    const auto begin = Clock::now();
-    const int ready = poll( &peer, 1, patience_ );
-    const auto waited =
-        std::chrono::duration_cast<std::chrono::milliseconds>( Clock::now() - begin );
-    patience_ -= static_cast<S32>( std::min<S64>( waited.count(), patience_ ) );
-    // An interrupted wait and a descriptor in error count as ready: the next write finds out.
-    return ready != 0;
+    using std::chrono::milliseconds;
+    while ( true ) {
+        pollfd peer{ fd_, POLLOUT, 0 };
+        const auto begin = Clock::now();
+        const auto most = std::chrono::ceil<milliseconds>( patience_ ).count();
+        const int ready = poll( &peer, 1, static_cast<int>( most ) );
+        const bool interrupted = ready < 0 && errno == EINTR;
+        patience_ -= std::min<std::chrono::nanoseconds>( Clock::now() - begin, patience_ );
+        if ( !interrupted ) {
+            return ready != 0;
+        }
+    }
 }
 
-void KelSliceQosReplyWriter::failedIs( int error ) {
-    failed_ = true;
-    KEL_TRACE( sliceTrace, 1 ) << "failedIs: Answer on descriptor " << fd_
-                               << " cut short: " << std::generic_category().message( error );
-}
-
-} // namespace KelQos
+} // namespace Agent
