@@ -4,6 +4,7 @@
 #include "Host/AgentService.h"
 #include "Host/CommandServer.h"
 #include "Host/CommandSocket.h"
+#include "Host/DocumentError.h"
 #include "Host/LoopTimer.h"
 #include "Host/SignalQueue.h"
 #include "Host/StartReport.h"
@@ -21,14 +22,21 @@ namespace KelHost {
 
 namespace {
 
-// For the hook that runs when the process aborts.
-const WarmRestart * abortingAgent = nullptr;
-
-void handleAbort() {
-    if ( abortingAgent != nullptr ) {
-        abortingAgent->pendingIs( true );
+// The configuration file; for a warm restart, if the file has become unusable meanwhile, what ran
+// before: better the old configuration than none.
+AgentConfig startConfig( const std::string & file, const WarmRestart & warmRestart,
+                         const AgentLog & log ) {
+    const std::string before = warmRestart.document();
+    if ( before.empty() ) {
+        return AgentConfig( file );
     }
-    Kel::ringTraceWrite( STDERR_FILENO );
+    try {
+        return AgentConfig( file );
+    } catch ( const DocumentError & error ) {
+        log.error( std::string( error.what() ) +
+                   "; warm restart with the configuration that ran before" );
+    }
+    return AgentConfig( file, before );
 }
 
 class Agent {
@@ -37,9 +45,9 @@ class Agent {
         : options_( options ),
           log_( log ),
           signals_{ SIGTERM, SIGINT, SIGHUP },
-          config_( options.config ),
-          socket_( options.socketPath ),
           warmRestart_( options.socketPath ),
+          config_( startConfig( options.config, warmRestart_, log ) ),
+          socket_( options.socketPath ),
           timer_( loop_ ),
           runtime_( activityManager_, startDocument() ),
           service_( runtime_, options.config, config_, log_, notify_ ),
@@ -49,11 +57,11 @@ class Agent {
         activityManager_.exitHandlerIs( [this]( int status ) { handleExit( status ); } );
         Kel::syslogTimeSourceIs( [this] { return activityManager_.now(); } );
         loop_.beforeEventIs( [this] { runtime_.advanceTo( timer_.now() ); } );
-        abortingAgent = &warmRestart_;
+        aborting_ = this;
         Kel::abortHookIs( handleAbort );
     }
     ~Agent() {
-        abortingAgent = nullptr;
+        aborting_ = nullptr;
         Kel::syslogTimeSourceIs( nullptr );
     }
     Agent( const Agent & ) = delete;
@@ -93,9 +101,16 @@ class Agent {
         }
     }
 
+    static void handleAbort() {
+        if ( aborting_ != nullptr ) {
+            aborting_->warmRestart_.documentIs( aborting_->service_.documentText() );
+        }
+        Kel::ringTraceWrite( STDERR_FILENO );
+    }
+
     // Destructors are not to run: what the library was doing is still on the stack.
     [[noreturn]] void handleExit( int status ) {
-        warmRestart_.pendingIs( true );
+        warmRestart_.documentIs( service_.documentText() );
         log_.error( "the switch software ended itself with status " + std::to_string( status ) +
                     "; the next start is a warm restart" );
         notify_.stopping();
@@ -106,10 +121,12 @@ class Agent {
 
     const AgentOptions & options_;
     const AgentLog & log_;
+    static inline const Agent * aborting_ = nullptr; // for the hook that runs when it aborts
+
     SignalQueue signals_;
+    WarmRestart warmRestart_;
     AgentConfig config_;
     CommandSocket socket_;
-    WarmRestart warmRestart_;
     SystemdNotify notify_;
     EventLoop loop_;
     LoopTimer timer_;

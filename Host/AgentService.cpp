@@ -45,8 +45,11 @@ const JsonValue & countersPatch( const JsonValue & patch, const DocumentPlace & 
 
 } // namespace
 
-AgentConfig::AgentConfig( const std::string & file ) {
-    const JsonValue root = readJsonFile( file );
+AgentConfig::AgentConfig( const std::string & file ) : AgentConfig( file, readTextFile( file ) ) {}
+
+AgentConfig::AgentConfig( const std::string & file, std::string fileText )
+    : text( std::move( fileText ) ) {
+    const JsonValue root = readJson( text, file );
     document = decodeSwitchDocument( root, { .file = file } );
     const JsonValue * found = root.as<JsonObject>()->find( countersMember );
     counters = found == nullptr ? emptyStore() : *found;
@@ -62,6 +65,7 @@ AgentService::AgentService( SwitchRuntime & runtime, std::string file, const Age
                             const AgentLog & log, const SystemdNotify & notify )
     : runtime_( runtime ),
       file_( std::move( file ) ),
+      documentText_( config.text ),
       counters_( config.counters ),
       log_( log ),
       notify_( notify ) {}
@@ -106,11 +110,11 @@ Answer AgentService::command( const std::string & text ) {
              output.text() };
 }
 
-SwitchDocument AgentService::reread() const {
-    SwitchDocument next = AgentConfig( file_ ).document;
-    next.counters = runtime_.document().counters;
-    next.countersLastClear = runtime_.document().countersLastClear;
-    checkTransition( runtime_.document(), next, { .file = file_ } );
+AgentConfig AgentService::reread() const {
+    AgentConfig next( file_ );
+    next.document.counters = runtime_.document().counters;
+    next.document.countersLastClear = runtime_.document().countersLastClear;
+    checkTransition( runtime_.document(), next.document, { .file = file_ } );
     return next;
 }
 
@@ -118,12 +122,16 @@ Answer AgentService::reload() noexcept {
     notify_.reloading();
     Answer answer;
     try {
-        runtime_.documentIs( reread() );
-        answer.text = "reloaded " + file_;
-        log_.info( answer.text );
+        AgentConfig next = reread();
+        documentText_ = std::move( next.text );
+        runtime_.documentIs( std::move( next.document ) );
     } catch ( const std::exception & error ) {
         answer = refused( error.what() );
         log_.error( "reload refused, the configuration stays as it was: " + answer.text );
+    }
+    if ( answer.status == AnswerStatus::done ) {
+        answer.text = "reloaded " + file_;
+        log_.info( answer.text );
     }
     notify_.ready( answer.text );
     answer.text += '\n';

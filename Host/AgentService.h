@@ -14,10 +14,13 @@ namespace KelHost {
 struct AgentConfig {
     // Throws DocumentError when the file cannot be read or anything in it is refused.
     explicit AgentConfig( const std::string & file );
+    // The same of a text that was read from there.
+    AgentConfig( const std::string & file, std::string fileText );
 
     // Makes both counter stores empty.
     void dropCounters();
 
+    std::string text;
     SwitchDocument document;
     JsonValue counters; // the document's counters as they are written
 };
@@ -29,6 +32,9 @@ class AgentService {
     // The other arguments must outlive this.
     AgentService( SwitchRuntime & runtime, std::string file, const AgentConfig & config,
                   const AgentLog & log, const SystemdNotify & notify );
+
+    // The text of the document that runs, or that a reload is about to apply.
+    const std::string & documentText() const { return documentText_; }
 
     // Never throws: whatever goes wrong is a refusal, and has changed nothing.
     Answer answer( const Request & request ) noexcept;
@@ -42,10 +48,11 @@ class AgentService {
     Answer act( const Request & request );
     Answer command( const std::string & text );
     Answer feed( const std::string & body );
-    SwitchDocument reread() const;
+    AgentConfig reread() const;
 
     SwitchRuntime & runtime_;
     std::string file_;
+    std::string documentText_;
     JsonValue counters_; // live, as a feed patches them
     const AgentLog & log_;
     const SystemdNotify & notify_;

@@ -7,7 +7,7 @@ namespace KelHost {
 AgentSubcommand::AgentSubcommand( CLI::App & program, const char * name )
     : agent_( *program.add_subcommand( "agent", "Run a switch on the chip in real time, and "
                                                 "answer the commands below" ) ),
-      trace_( agent_ ) {
+      trace_( agent_, "syslog, or with --foreground to standard error" ) {
     options_.program = name;
     agent_.add_option( "--config", options_.config, "Switch document (JSON)" )
         ->type_name( "FILE" )

@@ -1,25 +1,17 @@
 #include "Host/AnswerFile.h"
 
-#include <cerrno>
 #include <sys/mman.h>
-#include <system_error>
-#include <unistd.h>
 
 namespace KelHost {
 
-AnswerFile::AnswerFile() : fd_( memfd_create( "answer", MFD_CLOEXEC ) ) {
-    if ( fd_ < 0 ) {
-        throw std::system_error( errno, std::generic_category(), "cannot keep an answer" );
-    }
-}
-
-AnswerFile::~AnswerFile() { close( fd_ ); }
+AnswerFile::AnswerFile()
+    : fd_( checkedResult( memfd_create( "answer", MFD_CLOEXEC ), "cannot keep an answer" ) ) {}
 
 std::string AnswerFile::text() const {
     std::string text;
     char piece[65536];
     while ( true ) {
-        const ssize_t count = pread( fd_, piece, sizeof piece, static_cast<off_t>( text.size() ) );
+        const ssize_t count = pread( fd(), piece, sizeof piece, static_cast<off_t>( text.size() ) );
         if ( count == 0 ) {
             return text;
         }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Host/FileDescriptor.h"
+
 #include <string>
 
 namespace KelHost {
@@ -10,17 +12,14 @@ class AnswerFile {
   public:
     // Throws std::system_error when the system has no descriptor left.
     AnswerFile();
-    ~AnswerFile();
-    AnswerFile( const AnswerFile & ) = delete;
-    AnswerFile & operator=( const AnswerFile & ) = delete;
 
-    int fd() const { return fd_; }
+    int fd() const { return fd_.get(); }
 
     // All that was written so far. Throws std::system_error when it cannot be read.
     std::string text() const;
 
   private:
-    int fd_;
+    FileDescriptor fd_;
 };
 
 } // namespace KelHost

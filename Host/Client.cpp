@@ -10,7 +10,6 @@
 #include <cstring>
 #include <stdexcept>
 #include <sys/socket.h>
-#include <sys/time.h>
 
 namespace KelHost {
 
@@ -26,16 +25,16 @@ std::string noAgentText( const std::vector<std::string> & paths ) {
     return text;
 }
 
+[[noreturn]] void refuseSilent() { throw std::runtime_error( "the agent does not answer" ); }
+
 FileDescriptor connection( const std::vector<std::string> & paths ) {
     for ( const std::string & path : paths ) {
-        FileDescriptor fd = connectedTo( path );
+        FileDescriptor fd = connectedTo( path, 0, patience );
         if ( fd ) {
-            for ( const int option : { SO_RCVTIMEO, SO_SNDTIMEO } ) {
-                checkedResult(
-                    setsockopt( fd.get(), SOL_SOCKET, option, &patience, sizeof patience ),
-                    "cannot set up a connection" );
-            }
             return fd;
+        }
+        if ( errno == EAGAIN ) {
+            refuseSilent();
         }
         if ( errno == EACCES ) {
             throw std::runtime_error( "no permission to talk to the agent on " + path );
@@ -65,7 +64,7 @@ Answer receive( int fd ) {
             continue;
         }
         if ( count < 0 && errno == EAGAIN ) {
-            throw std::runtime_error( "the agent does not answer" );
+            refuseSilent();
         }
         if ( count <= 0 ) {
             throw std::runtime_error( "the agent ended before it had answered" );

@@ -12,7 +12,8 @@ namespace KelHost {
 // half a minute at a time.
 //
 // Throws std::runtime_error, with a text for the user, when there is no agent, when it does not
-// answer, or when the request is longer than an agent takes.
+// answer, or when the request is longer than an agent takes; std::invalid_argument for what is no
+// socket path.
 Answer ask( const std::vector<std::string> & socketPaths, const Request & request );
 
 // Asks, and shows the answer: on standard output, or a refusal on standard error. Returns the exit

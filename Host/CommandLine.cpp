@@ -44,7 +44,7 @@ class PlayCommand {
         : play_( *program.add_subcommand(
               "play", "Run a scenario, or the start-up of a switch document, on the modelled chip "
                       "in virtual time; print the event log" ) ),
-          trace_( play_ ) {
+          trace_( play_, "standard error" ) {
         play_.add_option( "FILE", file_, "Scenario or switch document (JSON)" )->required();
     }
 

@@ -21,7 +21,10 @@ namespace {
     refuse( path, "another agent is running there" );
 }
 
-std::string lockOf( const std::string & path ) { return path + ".lock"; }
+const std::string & checkedPath( const std::string & path ) {
+    (void)UnixAddress::ofFile( path ); // before anything is made beside it
+    return path;
+}
 
 // Whether the open file is the one that has that name now.
 bool isFileOfName( int fd, const std::string & name ) {
@@ -31,8 +34,7 @@ bool isFileOfName( int fd, const std::string & name ) {
            open.st_dev == named.st_dev && open.st_ino == named.st_ino;
 }
 
-FileDescriptor claimed( const std::string & path ) {
-    const std::string name = lockOf( path );
+FileDescriptor locked( const std::string & path, const std::string & name ) {
     while ( true ) {
         FileDescriptor lock(
             open( name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600 ) );
@@ -40,7 +42,10 @@ FileDescriptor claimed( const std::string & path ) {
             refuse( path, "cannot open " + name + ": " + std::strerror( errno ) );
         }
         if ( flock( lock.get(), LOCK_EX | LOCK_NB ) != 0 ) {
-            refuseInUse( path );
+            if ( errno == EWOULDBLOCK ) {
+                refuseInUse( path );
+            }
+            refuse( path, "cannot lock " + name + ": " + std::strerror( errno ) );
         }
         // Its last owner may have removed it between the two calls; then the name is free or
         // somebody else's.
@@ -67,7 +72,7 @@ void removeStaleSocket( const std::string & path ) {
 }
 
 FileDescriptor listening( const std::string & path ) {
-    const UnixAddress address( path );
+    const UnixAddress address = UnixAddress::ofFile( path );
     FileDescriptor listener(
         checkedResult( socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0 ),
                        "cannot make a socket" ) );
@@ -80,16 +85,27 @@ FileDescriptor listening( const std::string & path ) {
         refuse( path, std::strerror( error ) );
     }
     if ( listen( listener.get(), SOMAXCONN ) != 0 ) {
-        refuse( path, std::strerror( errno ) );
+        const std::string why = std::strerror( errno );
+        (void)unlink( path.c_str() );
+        refuse( path, why );
     }
     return listener;
 }
 
 } // namespace
 
-CommandSocket::CommandSocket( const std::string & path ) : path_( path ) {
-    const UnixAddress fits( path );
-    lock_ = claimed( path );
+PathClaim::PathClaim( const std::string & path )
+    : name_( path + ".lock" ), lock_( locked( path, name_ ) ) {}
+
+void PathClaim::release() {
+    if ( lock_ ) {
+        (void)unlink( name_.c_str() ); // while it is locked, so that it is nobody else's
+        lock_ = FileDescriptor();
+    }
+}
+
+CommandSocket::CommandSocket( const std::string & path )
+    : path_( checkedPath( path ) ), claim_( path ) {
     removeStaleSocket( path );
     listener_ = listening( path );
 }
@@ -99,9 +115,8 @@ CommandSocket::~CommandSocket() { close(); }
 void CommandSocket::close() {
     if ( listener_ ) {
         (void)unlink( path_.c_str() );
-        (void)unlink( lockOf( path_ ).c_str() );
         listener_ = FileDescriptor();
-        lock_ = FileDescriptor();
+        claim_.release();
     }
 }
 

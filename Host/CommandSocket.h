@@ -6,14 +6,32 @@
 
 namespace KelHost {
 
-// The socket on which an agent listens, and the claim to its path. The claim is a lock on the file
-// PATH.lock: it ends with the process, so a socket that was left behind is told from one that is in
-// use, and of two agents that start at one moment one is refused.
+// A claim to a path: a lock on the file PATH.lock. It ends with the process, so a socket that was
+// left behind is told from one that is in use, and of two agents that start at one moment one is
+// refused.
+class PathClaim {
+  public:
+    // Throws std::runtime_error, with a text for the user, when another process has the path or
+    // when the system refuses.
+    explicit PathClaim( const std::string & path );
+    ~PathClaim() { release(); }
+    PathClaim( const PathClaim & ) = delete;
+    PathClaim & operator=( const PathClaim & ) = delete;
+
+    // Gives the path up and removes the file, as destruction does.
+    void release();
+
+  private:
+    std::string name_;
+    FileDescriptor lock_;
+};
+
+// The socket on which an agent listens, with the claim to its path.
 class CommandSocket {
   public:
     // Listens, in the place of a socket that nobody uses any more. Owner and group may connect.
     // Throws std::runtime_error, with a text for the user, when another agent has the path, when
-    // something else than a socket is there, or when the system refuses.
+    // something else than a socket is there, or when the system refuses; nothing is left then.
     explicit CommandSocket( const std::string & path );
     ~CommandSocket();
     CommandSocket( const CommandSocket & ) = delete;
@@ -28,7 +46,7 @@ class CommandSocket {
 
   private:
     std::string path_;
-    FileDescriptor lock_;
+    PathClaim claim_;
     FileDescriptor listener_;
 };
 

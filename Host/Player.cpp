@@ -95,13 +95,13 @@ class Player {
     StatusLog statusLog_;
 };
 
-std::vector<std::string_view> faultCalls() {
-    std::vector<std::string_view> names;
-    names.reserve( KelModel::operations.size() );
+std::vector<FaultCall> faultCalls() {
+    std::vector<FaultCall> calls;
+    calls.reserve( KelModel::operations.size() );
     for ( const KelModel::OperationInfo & operation : KelModel::operations ) {
-        names.push_back( operation.name );
+        calls.push_back( { operation.name, operation.unsignedStatus } );
     }
-    return names;
+    return calls;
 }
 
 } // namespace

@@ -18,9 +18,6 @@ constexpr S64 lowestStatus = std::numeric_limits<S32>::min();
 constexpr U64 highestStatus = std::numeric_limits<S32>::max();
 constexpr F64 longestAdvance = 1e7; // seconds
 
-// These two answer with an unsigned status.
-constexpr std::string_view unsignedCalls[] = { "pipe_mgr_tbl_set_property", "wredSetIndirect" };
-
 void faultStatus( const JsonCursor & cursor, FaultStep & out ) {
     out.status = static_cast<S32>( Decode::readInteger( cursor, lowestStatus, highestStatus ) );
     if ( out.status == 0 ) {
@@ -65,7 +62,7 @@ const JsonArray & readArray( const JsonCursor & cursor ) {
 
 class ScenarioReader {
   public:
-    ScenarioReader( const std::string & file, std::span<const std::string_view> faultCalls )
+    ScenarioReader( const std::string & file, std::span<const FaultCall> faultCalls )
         : place_{ .file = file }, faultCalls_( faultCalls ) {}
 
     Scenario read( const JsonValue & root ) {
@@ -136,13 +133,13 @@ class ScenarioReader {
     FaultStep readFault( const JsonCursor & cursor ) const {
         FaultStep fault;
         Decode::object( cursor, fault, faultRules );
-        if ( std::ranges::find( faultCalls_, fault.call ) == faultCalls_.end() ) {
+        const auto call = std::ranges::find( faultCalls_, fault.call, &FaultCall::name );
+        if ( call == faultCalls_.end() ) {
             place_.refuse( cursor.pointer() + "/call",
                            "must be the name of a bf_tm_* operation, \"pipe_mgr_tbl_set_property\" "
                            "or \"wredSetIndirect\"" );
         }
-        if ( fault.status < 0 &&
-             std::ranges::find( unsignedCalls, fault.call ) != std::end( unsignedCalls ) ) {
+        if ( fault.status < 0 && call->unsignedStatus ) {
             place_.refuse( cursor.pointer() + "/status", "must be 1 or more for " + fault.call );
         }
         return fault;
@@ -214,7 +211,7 @@ class ScenarioReader {
     }
 
     DocumentPlace place_;
-    std::span<const std::string_view> faultCalls_;
+    std::span<const FaultCall> faultCalls_;
     // The current document at the step that is being read: as it was written, and decoded.
     JsonValue tree_;
     SwitchDocument document_;
@@ -238,8 +235,7 @@ bool isScenario( const JsonValue & root ) {
            ( object->find( "config" ) != nullptr || object->find( "steps" ) != nullptr );
 }
 
-Scenario readScenarioFile( const std::string & file,
-                           std::span<const std::string_view> faultCalls ) {
+Scenario readScenarioFile( const std::string & file, std::span<const FaultCall> faultCalls ) {
     const JsonValue root = readJsonFile( file );
     if ( isScenario( root ) ) {
         return ScenarioReader( file, faultCalls ).read( root );

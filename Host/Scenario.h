@@ -11,6 +11,12 @@
 
 namespace KelHost {
 
+// A driver call that can be made to fail.
+struct FaultCall {
+    std::string_view name;
+    bool unsignedStatus = false; // so it never answers a negative one
+};
+
 // From now on the modelled driver answers calls of one name with `status` and does nothing.
 struct FaultStep {
     static constexpr U64 always = ~U64{ 0 };
@@ -61,10 +67,10 @@ struct Scenario {
 bool isScenario( const JsonValue & root );
 
 // Reads a scenario file, or a switch document as a scenario without steps. A document that the
-// scenario names is looked for from the scenario's folder. `faultCalls` are the names of the
-// driver calls that can be made to fail.
+// scenario names is looked for from the scenario's folder. `faultCalls` are the driver
+// calls that can be made to fail.
 //
 // Throws DocumentError when a file cannot be read or anything in it is refused.
-Scenario readScenarioFile( const std::string & file, std::span<const std::string_view> faultCalls );
+Scenario readScenarioFile( const std::string & file, std::span<const FaultCall> faultCalls );
 
 } // namespace KelHost

@@ -90,16 +90,20 @@ class Supervisor {
         if ( stopping_ ) {
             return EXIT_SUCCESS;
         }
+        const std::string what = "the agent " + describe( status );
         if ( isRefusal( status ) ) {
+            if ( restarted_ ) {
+                log_.error( what + "; not starting it again" );
+            }
             return WEXITSTATUS( status );
         }
-        const std::string what = "the agent " + describe( status );
         if ( ends_.add( Clock::now() ) ) {
             log_.error( what + ", for the fifth time within a minute; giving up" );
             return EXIT_FAILURE;
         }
         log_.error( what + "; starting it again" );
         warmRestart_.pendingIs( true );
+        restarted_ = true;
         return std::nullopt;
     }
 
@@ -109,6 +113,7 @@ class Supervisor {
     Ends ends_;
     pid_t child_ = 0;
     bool stopping_ = false;
+    bool restarted_ = false;
 };
 
 } // namespace

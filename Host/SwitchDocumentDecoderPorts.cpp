@@ -1,5 +1,6 @@
 #include "Host/JsonDecode.h"
 #include "Host/SwitchDocumentDecoderParts.h"
+#include "Platform/Entities/IntfId.h"
 
 #include <algorithm>
 
@@ -29,16 +30,10 @@ constexpr Rule<PortSettings> portRules[] = {
     { "qos", nested<&PortSettings::qos, qosObject> },
 };
 
-bool isInternal( std::string_view name ) {
-    constexpr std::string_view prefix = "Internal";
-    return name.size() > prefix.size() && name.starts_with( prefix ) &&
-           std::all_of( name.begin() + prefix.size(), name.end(),
-                        []( char c ) { return c >= '0' && c <= '9'; } );
-}
-
 void checkName( const JsonCursor & cursor ) {
     const std::string_view name = cursor.name();
-    if ( isInternal( name ) && name != cpuPortName && name != reservedCpuPortName ) {
+    if ( Kel::InternalIntfId::isInternalName( name ) && name != cpuPortName &&
+         name != reservedCpuPortName ) {
         cursor.refuse( "is not an internal port of the chip; allowed are \"Internal67\" and "
                        "\"Internal68\"" );
     }

@@ -4,8 +4,8 @@
 #include "KelQos/KelSliceQosSm.h"
 #include "KelQos/KelSliceQosWredBlockSm.h"
 #include "Platform/Framework/Assert.h"
-#include "Platform/Framework/Exceptions.h"
 
+#include <exception>
 #include <utility>
 
 namespace KelHost {
@@ -14,11 +14,13 @@ namespace {
 
 constexpr const char * commandType = "KelSliceQos";
 
+// Half an event is worse than none: whatever is thrown in the middle of one, memory that ran out
+// too, leaves a store and a chip of which nobody knows what they hold.
 template <class Event>
 void runToCompletion( Event && event ) {
     try {
         event();
-    } catch ( const Kel::Exception & error ) {
+    } catch ( const std::exception & error ) {
         KEL_FAILED( "no exception leaves a handler", error.what() );
     }
 }
@@ -73,15 +75,19 @@ void SwitchRuntime::deliver( const std::string & command, int fd ) const {
     KEL_ASSERT( answered );
 }
 
-void SwitchRuntime::clearCounters() { KelHost::clearCounters( document_.counters, store_ ); }
+void SwitchRuntime::clearCounters() {
+    runToCompletion( [&] { KelHost::clearCounters( document_.counters, store_ ); } );
+}
 
 void SwitchRuntime::minLimitCellsForMirroringIs( U32 cells ) {
     runToCompletion( [&] { sliceQosSm_->minLimitCellsForMirroringIs( cells ); } );
 }
 
 void SwitchRuntime::notificationsActiveIs( bool active ) {
-    sliceQosSm_->hasNotificationActiveIs( active );
-    wredBlockSm_->hasNotificationActiveIs( active );
+    runToCompletion( [&] {
+        sliceQosSm_->hasNotificationActiveIs( active );
+        wredBlockSm_->hasNotificationActiveIs( active );
+    } );
 }
 
 } // namespace KelHost

@@ -19,8 +19,9 @@ namespace KelHost {
 // and calls serveTimers() after each event.
 //
 // Every member function that acts makes driver calls, and ends the process when the library does:
-// by an abort when the driver refuses a setting or an exception leaves a handler (nobody knows what
-// the chip holds then), or by the activity manager's orderly exit.
+// by an abort when the driver refuses a setting or anything is thrown on the way (nobody knows what
+// the chip holds then), or by the activity manager's orderly exit. So what throws has changed
+// nothing.
 class SwitchRuntime {
   public:
     // Fills the state store; nothing is programmed yet. The activity manager must outlive this.

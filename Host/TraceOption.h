@@ -9,7 +9,8 @@ namespace KelHost {
 // The option --trace HANDLE=LEVELS of a subcommand, which may be repeated.
 class TraceOption {
   public:
-    explicit TraceOption( CLI::App & subcommand );
+    // `target`: where the subcommand's trace lines go, for its help.
+    TraceOption( CLI::App & subcommand, const std::string & target );
     TraceOption( const TraceOption & ) = delete;
     TraceOption & operator=( const TraceOption & ) = delete;
 

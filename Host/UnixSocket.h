@@ -4,6 +4,7 @@
 
 #include <string>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 
 namespace KelHost {
@@ -17,12 +18,17 @@ struct UnixAddress {
     // Throws std::invalid_argument, with a text for the user, for a path that is empty or longer
     // than an address has room for (107 bytes).
     explicit UnixAddress( const std::string & path );
+    // The address of a file, whose permissions say who may connect. Throws std::invalid_argument
+    // for an abstract one too.
+    static UnixAddress ofFile( const std::string & path );
     const sockaddr * get() const { return reinterpret_cast<const sockaddr *>( &address ); }
 };
 
-// A connection to whoever listens at the path; none, with errno, when nobody does. Waits while more
-// callers than the listener takes are in front, unless `flags` has SOCK_NONBLOCK. Throws
-// std::invalid_argument like UnixAddress and std::system_error when there is no descriptor left.
-FileDescriptor connectedTo( const std::string & path, int flags = 0 );
+// A connection to whoever listens on the file; none, with errno, when nobody does. While more
+// callers than the listener takes are in front it waits as long as patience lasts (zero: for ever),
+// or not at all when `flags` has SOCK_NONBLOCK; EAGAIN when that was not enough. The patience holds
+// for each later call on the connection too. Throws std::invalid_argument like
+// UnixAddress::ofFile() and std::system_error when the system refuses.
+FileDescriptor connectedTo( const std::string & path, int flags = 0, timeval patience = {} );
 
 } // namespace KelHost

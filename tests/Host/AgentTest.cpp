@@ -58,7 +58,7 @@ class AgentTest : public testing::Test {
         return agent.ask( { "feed", folder.write( "feed.json", patch ) } );
     }
 
-    Folder folder;
+    TempFolder folder;
     std::string socket = folder.file( "socket" );
 };
 
@@ -183,6 +183,7 @@ TEST_F( AgentTest, hasItsSocketForItself ) {
     // Also when somebody took its lock file away.
     std::filesystem::remove( socket + ".lock" );
     EXPECT_EQ( runKelqos( { "agent", "--config", config( {} ), "--socket", socket } ), second );
+    EXPECT_FALSE( exists( "socket.lock" ) );
     EXPECT_EQ( first.ask( showBuf ).status, 0 );
 
     first.process().signal( SIGKILL );
@@ -197,6 +198,16 @@ TEST_F( AgentTest, hasItsSocketForItself ) {
     EXPECT_EQ( runKelqos( { "agent", "--config", config( {} ), "--socket", socket } ).err,
                "cannot listen on " + socket + ": it is there and is no socket\n" );
     EXPECT_TRUE( exists( "socket" ) );
+    EXPECT_FALSE( exists( "socket.lock" ) );
+}
+
+TEST_F( AgentTest, itsSocketIsAFile ) {
+    const Outcome refused{ 2, "",
+                           "\"@a\" is no socket path: an abstract socket is open to everybody; a "
+                           "file of that name is ./@a\n" };
+    EXPECT_EQ( runKelqos( { "agent", "--config", config( {} ), "--socket", "@a" } ), refused );
+    EXPECT_EQ( runKelqos( { "show", "buf", "--socket", "@a" } ), refused );
+    EXPECT_FALSE( std::filesystem::exists( "@a.lock" ) );
 }
 
 TEST_F( AgentTest, clientWhoseReaderIsGoneSaysSo ) {
@@ -235,6 +246,19 @@ TEST_F( AgentTest, restartAfterALeakIsWarmWithoutASupervisorToo ) {
     next.ready();
     EXPECT_EQ( next.ask( showQueue ), ( Outcome{ 0, "" } ) );
     EXPECT_EQ( next.stop(), 0 );
+}
+
+TEST_F( AgentTest, warmRestartDoesWithoutAFileThatHasBecomeUnusable ) {
+    AgentProcess agent( config( { .leakThreshold = 5 } ), socket, { "--supervise" } );
+    agent.ready();
+    folder.write( "switch.json", "{" );
+    EXPECT_EQ( agent.ask( { "reload" } ).status, 1 );
+    feed( agent, R"({ "0": { "block": { "3": { "value": 5 } } } })" );
+    EXPECT_TRUE( contains( agent.logUpTo( "warm restart with the configuration that ran before\n" ),
+                           leakMessage ) );
+    agent.ready();
+    EXPECT_TRUE( contains( agent.ask( showBuf ).out, "PPG min cell count: 1000\n" ) );
+    EXPECT_EQ( agent.stop(), 0 );
 }
 
 TEST_F( AgentTest, supervisorGivesUpAnAgentThatCannotLive ) {

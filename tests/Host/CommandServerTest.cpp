@@ -58,7 +58,7 @@ class CommandServerTest : public testing::Test {
         return { AnswerStatus::done, std::string( answerSize, 'a' ) };
     }
 
-    Folder folder;
+    TempFolder folder;
     Kel::ActivityManager activityManager;
     EventLoop loop;
     CommandSocket socket{ folder.file( "socket" ) };

@@ -9,7 +9,7 @@ using namespace KelHost;
 
 namespace {
 
-constexpr std::string_view faultCalls[] = { "bf_tm_ppg_allocate", "wredSetIndirect" };
+constexpr FaultCall faultCalls[] = { { "bf_tm_ppg_allocate" }, { "wredSetIndirect", true } };
 constexpr U64 headroomOfLosslessGroup = 232; // cells
 constexpr U64 multicastPool = 12288;         // cells
 constexpr U64 mirrorPorts = 4;

@@ -1,10 +1,8 @@
 #pragma once
 
 #include "Host/AnswerFile.h"
+#include "tests/support/TempFolder.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 #include <string_view>
@@ -43,27 +41,9 @@ inline Outcome runKelqos( std::vector<std::string> args, int outFd = -1 ) {
              err.text() };
 }
 
-// A file for the life of a test.
-class TempFile {
-  public:
-    explicit TempFile( std::string_view text ) {
-        std::string pattern = testing::TempDir() + "kelqosXXXXXX";
-        folder_ = ::mkdtemp( pattern.data() );
-        std::ofstream( name() ) << text;
-    }
-    ~TempFile() { std::filesystem::remove_all( folder_ ); }
-    TempFile( const TempFile & ) = delete;
-    TempFile & operator=( const TempFile & ) = delete;
-
-    std::string name() const { return folder_ + "/tour.json"; }
-
-  private:
-    std::string folder_;
-};
-
 inline Outcome play( std::string_view text, std::vector<std::string> options = {} ) {
-    const TempFile file( text );
-    options.insert( options.begin(), { "play", file.name() } );
+    const TestSupport::TempFolder folder;
+    options.insert( options.begin(), { "play", folder.write( "tour.json", text ) } );
     return runKelqos( std::move( options ) );
 }
 

@@ -9,7 +9,7 @@
 using KelHostTest::Outcome;
 using KelHostTest::play;
 using KelHostTest::runKelqos;
-using KelHostTest::TempFile;
+using TestSupport::TempFolder;
 
 namespace {
 
@@ -257,8 +257,8 @@ TEST( Play, AReaderThatGoesAwayEndsTheRun ) {
     int ends[2];
     ASSERT_EQ( pipe2( ends, O_CLOEXEC ), 0 );
     close( ends[0] );
-    const TempFile file( "{}" );
-    const Outcome outcome = runKelqos( { "play", file.name() }, ends[1] );
+    const TempFolder folder;
+    const Outcome outcome = runKelqos( { "play", folder.write( "tour.json", "{}" ) }, ends[1] );
     close( ends[1] );
     EXPECT_EQ( outcome.status, 1 );
     EXPECT_EQ( outcome.err, "kelqos: cannot write the event log: Broken pipe\n" );

@@ -3,12 +3,11 @@
 #include "Host/FileDescriptor.h"
 #include "Host/UnixSocket.h"
 #include "tests/Host/KelqosProcess.h"
+#include "tests/support/TempFolder.h"
 
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
 #include <string>
@@ -19,27 +18,7 @@
 namespace KelHostTest {
 
 using KelHost::FileDescriptor;
-
-// A folder for one test, gone after it.
-class Folder {
-  public:
-    Folder() {
-        std::string name = "/tmp/kelqos-test-XXXXXX";
-        path_ = mkdtemp( name.data() );
-    }
-    ~Folder() { std::filesystem::remove_all( path_ ); }
-    Folder( const Folder & ) = delete;
-    Folder & operator=( const Folder & ) = delete;
-
-    std::string file( const std::string & name ) const { return path_ + "/" + name; }
-    std::string write( const std::string & name, const std::string & text ) const {
-        std::ofstream( file( name ) ) << text;
-        return file( name );
-    }
-
-  private:
-    std::string path_;
-};
+using TestSupport::TempFolder;
 
 // The program `kelqos` as a process of its own, which does not outlive the test.
 class Process {

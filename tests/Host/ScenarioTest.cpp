@@ -1,45 +1,31 @@
 #include "Host/Scenario.h"
 #include "Host/DocumentTransition.h"
 #include "tests/Host/DocumentHelpers.h"
+#include "tests/support/TempFolder.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 
 using namespace KelHost;
 using KelHostTest::decoded;
 using KelHostTest::refusalOf;
+using TestSupport::TempFolder;
 
 namespace {
 
-constexpr std::string_view faultCalls[] = { "bf_tm_ppg_allocate", "wredSetIndirect" };
+constexpr FaultCall faultCalls[] = { { "bf_tm_ppg_allocate" }, { "wredSetIndirect", true } };
 
-// A folder of its own for the files of one test.
 class ScenarioFile : public testing::Test {
   protected:
-    ScenarioFile() {
-        std::string pattern = testing::TempDir() + "scenarioXXXXXX";
-        folder_ = ::mkdtemp( pattern.data() );
-    }
-    ~ScenarioFile() override { std::filesystem::remove_all( folder_ ); }
-
-    std::string write( std::string_view name, std::string_view text ) const {
-        const std::string file = folder_ + '/' + std::string( name );
-        std::filesystem::create_directories( std::filesystem::path( file ).parent_path() );
-        std::ofstream( file ) << text;
-        return file;
-    }
-
     Scenario read( std::string_view text ) const {
-        return readScenarioFile( write( "tour.json", text ), faultCalls );
+        return readScenarioFile( folder.write( "tour.json", text ), faultCalls );
     }
 
     // Why the scenario is refused, without the folder's name.
     std::string refusal( std::string_view text ) const {
         std::string message = refusalOf( [&] { read( text ); } );
-        while ( message.find( folder_ ) != std::string::npos ) {
-            message.erase( message.find( folder_ ), folder_.size() + 1 );
+        const std::string & path = folder.path();
+        while ( message.find( path ) != std::string::npos ) {
+            message.erase( message.find( path ), path.size() + 1 );
         }
         return message;
     }
@@ -49,7 +35,7 @@ class ScenarioFile : public testing::Test {
         return refusal( R"({ "config": {}, "steps": [ { "advance": 1 }, )" + step + " ] }" );
     }
 
-    std::string folder_;
+    TempFolder folder;
 };
 
 // Why a switch cannot go from one document to another, behind "leaf.json: ".
@@ -135,8 +121,8 @@ TEST_F( ScenarioFile, becomesItsStepsWithTheDocumentAfterEachPatch ) {
 }
 
 TEST_F( ScenarioFile, findsItsDocumentFromItsOwnFolder ) {
-    write( "switches/one.json", R"({ "ports": { "E": { "portIndex": 3 } } })" );
-    write( "switches/bad.json", R"({ "ports": { "E": {} } })" );
+    folder.write( "switches/one.json", R"({ "ports": { "E": { "portIndex": 3 } } })" );
+    folder.write( "switches/bad.json", R"({ "ports": { "E": {} } })" );
     EXPECT_TRUE( read( R"({ "config": "switches/one.json" })" ).start.ports.contains( "E" ) );
     EXPECT_EQ( refusal( R"({ "config": "switches/bad.json" })" ),
                "switches/bad.json: /ports/E: must have the member \"portIndex\"" );
@@ -147,7 +133,7 @@ TEST_F( ScenarioFile, findsItsDocumentFromItsOwnFolder ) {
                    "tour.json: /config: must be a path without control characters" );
     }
     // A switch document alone is a scenario without steps.
-    const Scenario alone = readScenarioFile( folder_ + "/switches/one.json", faultCalls );
+    const Scenario alone = readScenarioFile( folder.file( "switches/one.json" ), faultCalls );
     EXPECT_TRUE( alone.start.ports.contains( "E" ) );
     EXPECT_TRUE( alone.steps.empty() );
 }

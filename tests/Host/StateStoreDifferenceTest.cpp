@@ -1,9 +1,8 @@
 #include "Host/StateStoreDifference.h"
 
-#include "Platform/Framework/Notifiee.h"
 #include "tests/Host/DocumentHelpers.h"
+#include "tests/support/Watcher.h"
 
-#include <functional>
 #include <gtest/gtest.h>
 
 using namespace KelHost;
@@ -25,20 +24,6 @@ template <class Key>
 const Key & keyAt( const void * key ) {
     return *static_cast<const Key *>( key );
 }
-
-template <class T>
-class Watcher : public Kel::NotifieeOf<T> {
-  public:
-    using Handler = std::function<void( AttributeId, const void * )>;
-    Watcher( Ptr<const T> entity, Handler handler )
-        : Kel::NotifieeOf<T>( std::move( entity ) ), handler_( std::move( handler ) ) {
-        this->hasNotificationActiveIs( true );
-    }
-    void onAttribute( AttributeId id, const void * key ) override { handler_( id, key ); }
-
-  private:
-    Handler handler_;
-};
 
 // Writes down every notification of a state store, in the order of delivery, with the new value of
 // what changed. An entity that enters a collection appears with what it holds at that moment, and
@@ -65,8 +50,8 @@ class Recorder {
     void add( std::string line ) { lines_.push_back( std::move( line ) ); }
 
     template <class T>
-    void watch( const Ptr<T> & entity, typename Watcher<T>::Handler handler ) {
-        watchers_.push_back( Kel::makePtr<Watcher<T>>( entity, std::move( handler ) ) );
+    void watch( const Ptr<T> & entity, typename Watcher<T>::Action action ) {
+        watchers_.push_back( Kel::makePtr<Watcher<T>>( entity, std::move( action ) ) );
     }
 
     void watchPorts() {
