@@ -54,15 +54,19 @@ class KelSliceQosReply {
         return this->text( text ).repeated( ' ', padding( text, width ) );
     }
     KelSliceQosReply & number( U64 value, U32 width = 0 ) { // "%5lu"
-        char digits[20];
+        char digits[24] = {}; // 20 and some to spare
         const char * const end = std::to_chars( digits, digits + sizeof digits, value ).ptr;
         const auto length = static_cast<std::size_t>( end - digits );
-        if ( length > width || width > capacity - size_ ) {
+        if ( length > width || width + sizeof digits > capacity - size_ ) {
             return right( { digits, length }, width );
         }
+        // In pieces of fixed size, which need no call; what goes too far is written over.
         char * const field = buffer_.get() + size_;
-        std::memset( field, ' ', width );
-        std::memcpy( field + width - length, digits, length );
+        const std::size_t blanks = width - length;
+        for ( std::size_t i = 0; i < blanks; i += 8 ) {
+            std::memset( field + i, ' ', 8 );
+        }
+        std::memcpy( field + blanks, digits, sizeof digits );
         size_ += width;
         return *this;
     }

@@ -28,11 +28,7 @@ class Sorter {
 
   protected:
     void set( const Key & key, Element element ) {
-        if ( Element * present = map_.find( key ) ) {
-            *present = std::move( element );
-        } else {
-            map_.insert( key, std::move( element ) );
-        }
+        map_.insertOrAssign( key, std::move( element ) );
     }
     Element get( const Key & key ) const {
         const Element * present = map_.find( key );

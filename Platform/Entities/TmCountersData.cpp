@@ -36,25 +36,31 @@ const char * stringValue( BlockLevelCounterType type ) {
     return type == blockLevelCounterTypeGauge ? "blockLevelCounterTypeGauge" : "unknown";
 }
 
-// Device 8 bits, pipe 16, type 8, index 32: one integer names a counter.
-U64 TmCountersData::counterKey( KelDevId devId, KelPipeId pipeId, U32 index, CounterType type ) {
+// Device 8 bits, pipe 16, type 8, index 32 without its place in the page: one integer names a page.
+U64 TmCountersData::pageKey( KelDevId devId, KelPipeId pipeId, U32 index, CounterType type ) {
     return static_cast<U64>( devId.value() ) << 56U | static_cast<U64>( pipeId.value() ) << 40U |
-           static_cast<U64>( type ) << 32U | index;
+           static_cast<U64>( type ) << 32U | index / countersOfAPage;
 }
 
 U64 TmCountersData::getCounter( KelDevId devId, KelPipeId pipeId, U32 index,
                                 CounterType type ) const {
-    const U64 * value = counters_.find( counterKey( devId, pipeId, index, type ) );
-    return value ? *value : 0;
+    const Page * page = pages_.find( pageKey( devId, pipeId, index, type ) );
+    return page ? ( *page )[index % countersOfAPage] : 0;
 }
 
 void TmCountersData::setCounter( KelDevId devId, KelPipeId pipeId, U32 index, CounterType type,
                                  const U64 & value ) {
-    counters_.insertOrAssign( counterKey( devId, pipeId, index, type ), value );
+    const U64 key = pageKey( devId, pipeId, index, type );
+    if ( !pages_.contains( key ) ) {
+        pages_.insertNew( key, Page{} );
+    }
+    ( *pages_.find( key ) )[index % countersOfAPage] = value;
 }
 
 void TmCountersData::counterDel( KelDevId devId, KelPipeId pipeId, U32 index, CounterType type ) {
-    counters_.erase( counterKey( devId, pipeId, index, type ) );
+    if ( Page * page = pages_.find( pageKey( devId, pipeId, index, type ) ) ) {
+        ( *page )[index % countersOfAPage] = 0;
+    }
 }
 
 const BlockLevelCounters *

@@ -4,6 +4,7 @@
 #include "Platform/Framework/Entity.h"
 #include "Platform/Framework/HashMap.h"
 
+#include <array>
 #include <string>
 
 namespace KelQos {
@@ -68,15 +69,18 @@ class TmCountersData : public Kel::Entity {
     void blockLevelCountersDel( KelDriver::KelDevTgt pipe );
 
   private:
-    static U64 counterKey( KelId::KelDevId devId, KelId::KelPipeId pipeId, U32 index,
-                           CounterType type );
+    // Counters that are read one after the other lie side by side. 0: absent.
+    static constexpr U32 countersOfAPage = 64;
+    using Page = std::array<U64, countersOfAPage>;
+    static U64 pageKey( KelId::KelDevId devId, KelId::KelPipeId pipeId, U32 index,
+                        CounterType type );
 
     struct Block : Kel::Counted {
         BlockLevelCounters counters;
     };
     BlockLevelCounters & block( KelDriver::KelDevTgt pipe );
 
-    Kel::HashMap<U64, U64> counters_;
+    Kel::HashMap<U64, Page> pages_;
     Kel::HashMap<KelDriver::KelDevTgt, Kel::Ptr<Block>> blocks_;
 };
 

@@ -33,6 +33,10 @@ class RbTreeMap {
         const bool inserted = map_.emplace( key, std::move( value ) ).second;
         KEL_ASSERT( inserted );
     }
+    // Inserts, or replaces the value under the key. Cheapest when keys come in ascending order.
+    void insertOrAssign( const Key & key, Value value ) {
+        map_.insert_or_assign( map_.end(), key, std::move( value ) );
+    }
     // Removes one entry, if present; the iterator form returns the entry after it.
     bool erase( const Key & key ) { return map_.erase( key ) != 0; }
     Iterator erase( Iterator position ) { return map_.erase( position ); }
