@@ -11,7 +11,9 @@
 #include "Platform/Framework/Assert.h"
 #include "Platform/Framework/Exceptions.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <span>
 
 namespace KelQos {
 
@@ -289,16 +291,18 @@ void KelSliceQosSm::doProgramIntfPfcCosToTcMap( PortIndex port ) const {
     if ( !tmConfig() ) {
         return;
     }
-    U8 cosToTc[Cos::count];
-    for ( U32 cos = 0; cos < Cos::count; ++cos ) {
-        const U8 tc = tmConfig()->cosToTc( Cos( cos ) );
-        if ( tc == trafficClassUnmapped ) {
-            return;
+    const std::array<U8, Cos::count> & map = tmConfig()->cosToTc();
+    const auto unmapped = std::ranges::find( map, trafficClassUnmapped );
+    if ( sliceTrace.enabled( 4 ) ) {
+        for ( const U8 & tc : std::span( map.begin(), unmapped ) ) {
+            KEL_TRACE( sliceTrace, 4 )
+                << "doProgramIntfPfcCosToTcMap:     cos, tc : " << &tc - map.data() << ", " << tc;
         }
-        cosToTc[cos] = tc;
-        KEL_TRACE( sliceTrace, 4 )
-            << "doProgramIntfPfcCosToTcMap:     cos, tc : " << cos << ", " << tc;
     }
+    if ( unmapped != map.end() ) {
+        return;
+    }
+    const U8 * const cosToTc = map.data();
     KEL_TM_CHECKED( bf_tm_port_pfc_cos_mapping_set( devId, portId, cosToTc ) );
 }
 

@@ -14,6 +14,7 @@ class TmConfig : public Kel::Entity {
 
     // The traffic class of a class of service: 0 to 7, or trafficClassUnmapped.
     U8 cosToTc( Cos cos ) const { return cosToTc_[cos.value()]; }
+    const std::array<U8, Cos::count> & cosToTc() const { return cosToTc_; } // by class
     void cosToTcIs( Cos cos, U8 trafficClass );
 
     // One per configured port. The first form makes one with default values unless there is one;
