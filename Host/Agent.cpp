@@ -69,6 +69,9 @@ class Agent {
 
     void run( ChipAccess & chip ) {
         runtime_.start( chip );
+        if ( warmRestart_.pending() ) {
+            warmRestart_.documentIs( "" ); // what was kept has had its turn; a reload may change it
+        }
         reportStart( log_, runtime_, options_.config, options_.socketPath, options_.program,
                      options_.socketOption );
         notify_.ready( programmedText( runtime_ ) );

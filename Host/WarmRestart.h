@@ -21,7 +21,7 @@ class WarmRestart {
     // The text of the switch document that ran, for the case that its file has become unusable
     // since; empty when the process had no time to leave it.
     std::string document() const;
-    // Keeps it, and makes a warm restart pending.
+    // Keeps it, or nothing, and makes a warm restart pending.
     void documentIs( const std::string & text ) const;
 
   private:

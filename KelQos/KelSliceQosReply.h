@@ -54,7 +54,8 @@ class KelSliceQosReply {
         return this->text( text ).repeated( ' ', padding( text, width ) );
     }
     KelSliceQosReply & number( U64 value, U32 width = 0 ) { // "%5lu"
-        char digits[24] = {};                               // 20 and some to spare
+        // 20 digits at most, and zeros behind them, since all of it is copied.
+        char digits[24] = {};
         const char * const end = std::to_chars( digits, digits + sizeof digits, value ).ptr;
         const auto length = static_cast<std::size_t>( end - digits );
         if ( length > width || width + sizeof digits > capacity - size_ ) {

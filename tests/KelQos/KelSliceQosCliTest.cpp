@@ -139,15 +139,4 @@ TEST_F( CliDeathTest, needsAnInterfaceNameAndAStateMachine ) {
                   "Assertion \"kelSliceQosSm\\(\\)\" failed" );
 }
 
-TEST_F( Cli, isKeptWhileItsArgumentsStayTheSame ) {
-    const auto callback = chip.sm->cliCallback();
-    EXPECT_EQ( chip.sm->cliCallbackIs( "KelSliceQosCli", "KelSliceQos", chip.sm.get() ), callback );
-    EXPECT_NE( chip.sm->cliCallbackIs( "another", "KelSliceQos", chip.sm.get() ), callback );
-    EXPECT_EQ( callback->parent(), nullptr );
-    // The end of the state machine is the end of its answers, for whoever holds a callback still.
-    const auto last = chip.sm->cliCallback();
-    chip.stop();
-    EXPECT_EQ( last->kelSliceQosSm(), nullptr );
-}
-
 } // namespace

@@ -117,6 +117,10 @@ TEST( KelSliceQosSmStartUp, keepsAnEqualCallbackAndReplacesAnother ) {
     // The one that was replaced is not left on the channel with a way to a state machine that goes.
     EXPECT_EQ( switch1.answer( "show buf" ), "" );
     EXPECT_EQ( callback->kelSliceQosSm(), nullptr );
+    // Nor does the last one reach it, for whoever holds it still.
+    const auto last = sm.cliCallback();
+    switch1.stop();
+    EXPECT_EQ( last->kelSliceQosSm(), nullptr );
 }
 
 TEST( KelSliceQosSmSwitch, offMissesChangesButTheAccountStaysRight ) {
