@@ -22,8 +22,8 @@ namespace KelHost {
 
 namespace {
 
-// The configuration file; for a warm restart, if the file has become unusable meanwhile, what ran
-// before: better the old configuration than none.
+// Reads the configuration file. For a warm restart, if the file has become unusable in the
+// meantime, takes the configuration that ran before: better an old one than none.
 AgentConfig startConfig( const std::string & file, const WarmRestart & warmRestart,
                          const AgentLog & log ) {
     const std::string before = warmRestart.document();
@@ -70,7 +70,7 @@ class Agent {
     void run( ChipAccess & chip ) {
         runtime_.start( chip );
         if ( warmRestart_.pending() ) {
-            warmRestart_.documentIs( "" ); // what was kept has had its turn; a reload may change it
+            warmRestart_.documentIs( "" ); // no longer needed; a reload may make it outdated
         }
         reportStart( log_, runtime_, options_.config, options_.socketPath, options_.program,
                      options_.socketOption );
@@ -111,7 +111,7 @@ class Agent {
         Kel::ringTraceWrite( STDERR_FILENO );
     }
 
-    // Destructors are not to run: what the library was doing is still on the stack.
+    // Destructors must not run: the library's work in progress is still on the stack.
     [[noreturn]] void handleExit( int status ) {
         warmRestart_.documentIs( service_.documentText() );
         log_.error( "the switch software ended itself with status " + std::to_string( status ) +

@@ -15,7 +15,7 @@ void toSyslog( int priority, const std::string & text ) {
     ::syslog( priority, "%s", text.c_str() );
 }
 
-// One write, so that lines of several processes stay whole.
+// One write, so that the lines of several processes do not mix.
 void toStandardError( const std::string & text ) {
     std::fputs( ( "kelqos: " + text + "\n" ).c_str(), stderr );
 }

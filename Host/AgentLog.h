@@ -4,7 +4,7 @@
 
 namespace KelHost {
 
-// Where an agent tells what happens: syslog(3), or standard error. As long as one exists, the
+// Where an agent reports what happens: syslog(3), or standard error. As long as one exists, the
 // process's syslog messages and trace lines go there too. On standard error:
 //     kelqos: TEXT
 //     kelqos: syslog SEVERITY MNEMONIC TEXT

@@ -4,8 +4,8 @@
 #include "Host/DocumentTransition.h"
 #include "Host/JsonReader.h"
 #include "Host/SwitchDocumentDecoder.h"
-#include "KelQos/KelSliceQosCli.h"
-#include "KelQos/KelSliceQosSm.h"
+#include "KelQos/Show/KelSliceQosCli.h"
+#include "KelQos/Slice/KelSliceQosSm.h"
 #include "Platform/Logging/RingTrace.h"
 
 #include <algorithm>
@@ -97,8 +97,8 @@ Answer AgentService::act( const Request & request ) {
 
 Answer AgentService::command( const std::string & text ) {
     using Verdict = KelQos::KelSliceQosCli::Verdict;
-    // The number of the device and a colon in front, so that a colon of the command's own is part
-    // of the command.
+    // With the device's number and a colon in front, so that a colon in the command itself stays
+    // part of it.
     const std::string request = std::to_string( runtime_.document().device.id ) + ":" + text;
     const Verdict verdict = runtime_.sliceQosSm().cliCallback()->verdict( request );
     if ( verdict == Verdict::interfaceNameMissing ) {
@@ -145,7 +145,7 @@ Answer AgentService::feed( const std::string & body ) {
     const JsonValue patch = readJson( std::string_view( body ).substr( jsonBegin ), place.file );
     JsonValue counters = mergePatch( counters_, countersPatch( patch, place ) );
     if ( counters.isNull() ) {
-        counters = emptyStore(); // a document's patch took the member away
+        counters = emptyStore(); // the patch of a document removed the member
     }
     place.afterPatch = true;
     SwitchDocument next = runtime_.document();

@@ -14,7 +14,7 @@ namespace KelHost {
 struct AgentConfig {
     // Throws DocumentError when the file cannot be read or anything in it is refused.
     explicit AgentConfig( const std::string & file );
-    // The same of a text that was read from there.
+    // The same, from a text that was read from that file.
     AgentConfig( const std::string & file, std::string fileText );
 
     // Makes both counter stores empty.
@@ -22,7 +22,7 @@ struct AgentConfig {
 
     std::string text;
     SwitchDocument document;
-    JsonValue counters; // the document's counters as they are written
+    JsonValue counters; // the document's counters, as written
 };
 
 // What can be asked of a running switch, and done to it from outside. Nothing in here waits.
@@ -36,12 +36,12 @@ class AgentService {
     // The text of the document that runs, or that a reload is about to apply.
     const std::string & documentText() const { return documentText_; }
 
-    // Never throws: whatever goes wrong is a refusal, and has changed nothing.
+    // Never throws: whatever goes wrong is answered as a refusal, and has changed nothing.
     Answer answer( const Request & request ) noexcept;
 
-    // Reads the configuration file again and applies what differs, but for the counters: theirs
+    // Reads the configuration file again and applies what differs, except for the counters, which
     // come from feed() alone once the switch runs. A file that is refused, as a document or as the
-    // successor of the present one, changes nothing. The log tells either way.
+    // successor of the present one, changes nothing. Either way the log says so.
     Answer reload() noexcept;
 
   private:

@@ -1,13 +1,14 @@
 #include "Host/AgentSubcommand.h"
 
 #include "Host/SocketPath.h"
+#include "Platform/Logging/Trace.h"
 
 namespace KelHost {
 
 AgentSubcommand::AgentSubcommand( CLI::App & program, const char * name )
     : agent_( *program.add_subcommand( "agent", "Run a switch on the chip in real time, and "
                                                 "answer the commands below" ) ),
-      trace_( agent_, "syslog, or with --foreground to standard error" ) {
+      trace_( agent_, "syslog, or with --foreground to standard error (default: *=0)" ) {
     options_.program = name;
     agent_.add_option( "--config", options_.config, "Switch document (JSON)" )
         ->type_name( "FILE" )
@@ -27,6 +28,7 @@ AgentSubcommand::AgentSubcommand( CLI::App & program, const char * name )
 }
 
 int AgentSubcommand::run( ChipAccess & chip ) {
+    Kel::traceLevelsIs( "*=0" ); // what an operator may ask about; an option may say otherwise
     trace_.apply();
     if ( options_.socketPath.empty() ) {
         options_.socketPath = usableSocketPath();

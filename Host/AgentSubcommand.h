@@ -10,7 +10,7 @@ namespace KelHost {
 // `kelqos agent`: its options, and the agent once they are parsed.
 class AgentSubcommand {
   public:
-    // `name`: how the program was called.
+    // `name`: how the program was invoked.
     AgentSubcommand( CLI::App & program, const char * name );
 
     bool chosen() const { return agent_.parsed(); }

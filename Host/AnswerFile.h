@@ -7,7 +7,7 @@
 namespace KelHost {
 
 // Where a command writes its answer: a descriptor that takes an answer of any length at once, and
-// so can neither block the writer nor cut it short. It lives in memory.
+// so neither blocks the writer nor cuts the answer short. It lives in memory.
 class AnswerFile {
   public:
     // Throws std::system_error when the system has no descriptor left.

@@ -6,15 +6,15 @@
 
 namespace KelHost {
 
-// What the state machines need of a chip beside the driver's C functions.
+// What the state machines need of a chip besides the driver's C functions.
 struct ChipHandles {
     U32 sessionId = 0; // the pipe manager's session
     Kel::Ptr<KelDriver::PdIntf> pdIntf;
     Kel::Ptr<KelDriver::ResourceInfoIntf> resourceInfoIntf;
 };
 
-// The one way in which the host gets at its chip, so that all but its implementation runs on any
-// driver library.
+// The only way in which the host reaches its chip: everything but the implementation of this runs
+// on any driver library.
 class ChipAccess {
   public:
     virtual ~ChipAccess() = default;

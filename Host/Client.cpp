@@ -43,7 +43,8 @@ FileDescriptor connection( const std::vector<std::string> & paths ) {
     throw std::runtime_error( noAgentText( paths ) );
 }
 
-// An agent that refuses a request while it comes in does not take the rest; it has answered then.
+// An agent that refuses a request while it is still arriving does not read the rest; by then it has
+// answered.
 void send( int fd, std::string_view text ) {
     while ( !text.empty() ) {
         const ssize_t count = ::send( fd, text.data(), text.size(), MSG_NOSIGNAL );
@@ -112,7 +113,7 @@ int runClient( const std::vector<std::string> & socketPaths, const Request & req
 
 Request feedRequest( const std::string & file ) {
     std::string body = file;
-    std::ranges::replace( body, '\n', ' ' ); // it ends there
+    std::ranges::replace( body, '\n', ' ' ); // the name ends at the line end
     body += '\n';
     try {
         return { RequestKind::feed, body + readTextFile( file ) };

@@ -7,13 +7,13 @@
 
 namespace KelHost {
 
-// Asks the agent: connects to the first of the paths on which one listens, and takes in its whole
+// Asks the agent: connects to the first of the paths on which one listens, and reads its whole
 // answer, so that an agent never waits for the reader of this process's output. Waits for at most
 // half a minute at a time.
 //
 // Throws std::runtime_error, with a text for the user, when there is no agent, when it does not
-// answer, or when the request is longer than an agent takes; std::invalid_argument for what is no
-// socket path.
+// answer, or when the request is longer than an agent takes; std::invalid_argument for a path that
+// no socket can have.
 Answer ask( const std::vector<std::string> & socketPaths, const Request & request );
 
 // Asks, and shows the answer: on standard output, or a refusal on standard error. Returns the exit

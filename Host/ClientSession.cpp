@@ -35,7 +35,7 @@ void ClientSession::handleEvents( U32 events ) {
     }
 }
 
-// One piece a time, so that a client with much to say leaves room for the others.
+// One piece at a time, so that a client with much to send leaves room for the others.
 void ClientSession::receive() {
     char piece[pieceBytes];
     const ssize_t count = recv( socket_.get(), piece, sizeof piece, 0 );

@@ -8,8 +8,8 @@
 
 namespace KelHost {
 
-// One client's connection: takes in its request, gets it answered at once, and passes the answer on
-// as the client reads it. It never waits for the client, and gives it up when it takes too long.
+// One client's connection: reads its request, gets it answered at once, and passes the answer on as
+// the client reads it. It never waits for the client, and gives up on one that takes too long.
 class ClientSession : private Kel::Timer {
   public:
     // Seconds for the whole request to come in, and for each piece of the answer to be read.
@@ -18,17 +18,18 @@ class ClientSession : private Kel::Timer {
 
     class Owner {
       public:
-        // Whether this much more, in bytes, of clients' requests may be kept.
+        // Whether that many more bytes of clients' requests may be kept.
         virtual bool mayKeep( std::size_t bytes ) const = 0;
         virtual Answer answer( const Request & request ) = 0;
-        // The session is over. The last thing that it does; its owner destroys it.
+        // The session is over, and its owner destroys it; it does nothing after this call.
         virtual void ended( ClientSession & session ) = 0;
 
       protected:
         virtual ~Owner() = default;
     };
 
-    // Takes over a connected socket, which must not block. The other arguments must outlive it.
+    // Takes over a connected socket, which must be non-blocking. The other arguments must outlive
+    // it.
     ClientSession( FileDescriptor socket, EventLoop & loop, Kel::Scheduler & scheduler,
                    Owner & owner );
     ~ClientSession() override = default;
@@ -36,7 +37,8 @@ class ClientSession : private Kel::Timer {
     // Bytes of a request that are kept.
     std::size_t size() const { return reader_.size(); }
 
-    // Sends what the client takes of its answer now. The session goes on whatever comes of it.
+    // Sends as much of the answer as the client takes now. The session goes on, whether or not that
+    // works.
     void flush();
 
   private:

@@ -66,7 +66,7 @@ int runCommandLine( int argc, const char * const * argv, ChipAccess & chip ) {
     CLI::App program( "QoS forwarding agent of a switch chip, and its modelled chip", "kelqos" );
     program.set_version_flag( "--version", "kelqos " KELQOS_VERSION );
     program.footer( statusHelp );
-    program.require_subcommand( 0, 1 ); // so that a wrong word is told before a missing one
+    program.require_subcommand( 0, 1 ); // a wrong word is reported first, then a missing one
     program.fallthrough();
     const PlayCommand play( program );
     AgentSubcommand agent( program, argv[0] );

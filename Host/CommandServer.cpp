@@ -14,11 +14,12 @@ void refuse( const FileDescriptor & socket ) {
     (void)send( socket.get(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT );
 }
 
-// Edge-triggered: a connection that cannot be taken in for lack of descriptors must not keep the
+// Edge-triggered: a connection that cannot be accepted for lack of descriptors must not keep the
 // loop busy. It is tried again with the next one, and when a session ends.
 constexpr U32 newClients = EPOLLIN | EPOLLET;
 
-// Taken in at one go, so that callers who never stop leave room for the others.
+// At most so many are accepted in one go, so that an endless stream of callers leaves room for
+// others.
 constexpr int clientsAtOnce = 16;
 
 } // namespace

@@ -8,19 +8,19 @@
 
 namespace KelHost {
 
-// Takes in clients on a listening socket and has their requests answered, one at a time, each to
-// completion. What one client does or leaves undone holds up neither the others nor the caller.
+// Accepts clients on a listening socket and has their requests answered, one at a time, each to
+// completion. Nothing that a client does or fails to do holds up the others or the caller.
 class CommandServer final : private ClientSession::Owner {
   public:
-    // More clients than this at one time are refused with a text.
+    // More clients than this at a time are refused, with a text.
     static constexpr std::size_t clientLimit = 256;
-    // What is kept of requests that are still coming in, of all clients together, in bytes.
+    // How much is kept of requests that are still arriving, from all clients together, in bytes.
     static constexpr std::size_t requestLimit = 64 << 20;
 
     using Answerer = std::function<Answer( const Request & )>;
 
-    // `listener` must not block. It, the loop and the scheduler, by which the patience with a
-    // client is measured, must outlive this.
+    // `listener` must be non-blocking. It, the loop and the scheduler, which times out slow
+    // clients, must outlive this.
     CommandServer( int listener, EventLoop & loop, Kel::Scheduler & scheduler, Answerer answerer );
     CommandServer( const CommandServer & ) = delete;
     CommandServer & operator=( const CommandServer & ) = delete;
@@ -28,7 +28,7 @@ class CommandServer final : private ClientSession::Owner {
 
     std::size_t clients() const { return sessions_.size(); }
 
-    // Sends every client what it takes of its answer now, for a process that is about to end.
+    // Sends every client as much of its answer as it takes now: for a process that is about to end.
     void flush();
 
   private:

@@ -22,11 +22,11 @@ namespace {
 }
 
 const std::string & checkedPath( const std::string & path ) {
-    (void)UnixAddress::ofFile( path ); // before anything is made beside it
+    (void)UnixAddress::ofFile( path ); // before anything is created next to it
     return path;
 }
 
-// Whether the open file is the one that has that name now.
+// Whether the open file is the one that now has that name.
 bool isFileOfName( int fd, const std::string & name ) {
     struct stat open {};
     struct stat named {};
@@ -47,8 +47,8 @@ FileDescriptor locked( const std::string & path, const std::string & name ) {
             }
             refuse( path, "cannot lock " + name + ": " + std::strerror( errno ) );
         }
-        // Its last owner may have removed it between the two calls; then the name is free or
-        // somebody else's.
+        // The last owner may have removed the file between the two calls; the name is then free, or
+        // that of another file.
         if ( isFileOfName( lock.get(), name ) ) {
             return lock;
         }
@@ -56,11 +56,11 @@ FileDescriptor locked( const std::string & path, const std::string & name ) {
 }
 
 // With the claim in hand: whatever socket is there belongs to nobody, unless somebody removed the
-// lock file of a living agent.
+// lock file of a running agent.
 void removeStaleSocket( const std::string & path ) {
     struct stat found {};
     if ( lstat( path.c_str(), &found ) != 0 ) {
-        return; // what else may be wrong, bind() tells
+        return; // if anything is wrong, bind() reports it
     }
     if ( !S_ISSOCK( found.st_mode ) ) {
         refuse( path, "it is there and is no socket" );
@@ -99,7 +99,7 @@ PathClaim::PathClaim( const std::string & path )
 
 void PathClaim::release() {
     if ( lock_ ) {
-        (void)unlink( name_.c_str() ); // while it is locked, so that it is nobody else's
+        (void)unlink( name_.c_str() ); // while it is locked, so it is not another agent's
         lock_ = FileDescriptor();
     }
 }

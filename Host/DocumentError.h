@@ -6,8 +6,8 @@
 
 namespace KelHost {
 
-// Refused input. what() is one line that names the file, the place in it and what is allowed
-// there; it is meant for the user as it stands. Whoever throws it has changed nothing.
+// Refused input. what() is one line that names the file, the place in it and what is allowed there;
+// it is meant for the user as it stands. A function that throws it has changed nothing.
 class DocumentError : public std::runtime_error {
   public:
     explicit DocumentError( const std::string & line ) : std::runtime_error( line ) {}

@@ -65,7 +65,7 @@ void EventLog::write( const char * line, std::size_t size ) const {
         } else if ( errno == EAGAIN ) {
             // Somebody else made the pipe non-blocking; the log waits for its reader all the same.
             pollfd room{ fd_, POLLOUT, 0 };
-            (void)poll( &room, 1, -1 ); // whatever it says, the next write tells
+            (void)poll( &room, 1, -1 ); // whatever it returns, the next write will tell
         } else if ( errno != EINTR ) {
             fail( errno );
         }
@@ -74,7 +74,7 @@ void EventLog::write( const char * line, std::size_t size ) const {
 
 void EventLog::fail( int error ) {
     std::fprintf( stderr, "kelqos: cannot write the event log: %s\n", std::strerror( error ) );
-    // Below this frame are driver calls and handlers, which must not go on.
+    // The callers are driver calls and handlers, which must not go on.
     std::_Exit( writeFailed );
 }
 

@@ -12,7 +12,7 @@ EventLoop::Watch::Watch( EventLoop & loop, int fd, U32 events, Handler handler )
 }
 
 EventLoop::Watch::~Watch() {
-    (void)epoll_ctl( loop_.epoll_.get(), EPOLL_CTL_DEL, fd_, nullptr ); // it was added
+    (void)epoll_ctl( loop_.epoll_.get(), EPOLL_CTL_DEL, fd_, nullptr ); // cannot fail: it was added
     loop_.handlers_.erase( id_ );
 }
 

@@ -13,11 +13,11 @@ namespace KelHost {
 // may end any watch, its own included, and start new ones.
 class EventLoop {
   public:
-    // Told the EPOLL... events that are there.
+    // Called with the EPOLL... events that are there.
     using Handler = std::function<void( U32 events )>;
 
     // Watches one descriptor for as long as it lives. The loop must outlive it, and the descriptor
-    // stay open.
+    // must stay open.
     class Watch {
       public:
         // `events`: EPOLLIN and the like. Throws std::system_error when the system refuses.
@@ -54,7 +54,7 @@ class EventLoop {
 
     FileDescriptor epoll_;
     std::function<void()> beforeEvent_;
-    // By a number that is never used again: an event that was fetched for a watch that has ended
+    // Keyed by a number that is never reused: an event that was fetched for a watch that has ended
     // since must not reach another one on the same descriptor.
     std::unordered_map<U64, std::shared_ptr<const Handler>> handlers_;
     U64 lastId_ = 0;

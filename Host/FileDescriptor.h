@@ -32,7 +32,7 @@ class FileDescriptor {
     int fd_ = -1;
 };
 
-// The result of a system call; throws std::system_error, with errno and what failed, when that is
+// The result of a system call; throws std::system_error, with errno and what failed, when it is
 // negative.
 inline int checkedResult( int result, const char * failure ) {
     if ( result < 0 ) {

@@ -5,7 +5,7 @@
 
 namespace KelHost {
 
-// A value inside a JSON tree together with the way to it. Cursors live on the stack of the code
+// A value inside a JSON tree, together with the path to it. Cursors live on the stack of the code
 // that walks the tree: each refers to the one it was made from, so that the pointer of a value is
 // put together only when an error needs it.
 class JsonCursor {
@@ -26,7 +26,7 @@ class JsonCursor {
     // The name of the member that this value is; empty for the root and array elements.
     std::string_view name() const { return name_; }
 
-    // The object or array around the value. There is none around the root.
+    // The object or array around the value. The root has none.
     const JsonCursor & parent() const { return *parent_; }
 
     // JSON pointer from the root of the walk.

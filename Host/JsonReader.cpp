@@ -15,8 +15,8 @@ namespace {
 
 constexpr std::size_t fileSizeLimit = std::size_t{ 256 } << 20;
 
-// Takes the parser's events and grows the tree. An event handler that answers false ends the
-// parse; what it refused is then in `error`.
+// Builds the tree from the parser's events. A handler that returns false ends the parse; `error`
+// then says what was refused.
 class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
   public:
     TreeBuilder( std::string_view text, const std::string & file )
@@ -62,8 +62,8 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
         std::string name;   // of that member
     };
 
-    // Where the next value goes. A container does not grow while one inside it is open, so
-    // pointers to open containers stay good.
+    // Where the next value goes. A container does not grow while one inside it is open, so pointers
+    // to open containers stay valid.
     JsonValue & next() {
         if ( levels_.empty() ) {
             return root;
@@ -97,7 +97,7 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
         return true;
     }
 
-    // Refuses the value or member that was begun last.
+    // Refuses the value or member that was started last.
     bool refuse( std::string_view what ) {
         std::string pointer;
         for ( const Level & level : levels_ ) {
@@ -115,8 +115,8 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
     std::vector<Level> levels_;
 };
 
-// The parser's own message ends in " - REASON", behind its idea of the position, and may go on
-// with the text that it read last, which the line and column make superfluous.
+// In the parser's own message " - REASON" follows its idea of the position, and may be followed by
+// the text that it read last, which the line and column make superfluous.
 std::string reasonOf( std::string_view message ) {
     const std::size_t dash = message.find( " - " );
     if ( dash != std::string_view::npos ) {
@@ -125,8 +125,8 @@ std::string reasonOf( std::string_view message ) {
     return std::string( message.substr( 0, message.find( "; last read: " ) ) );
 }
 
-// How many bytes the offending token takes that ends where the parser stopped. `token` is
-// reliable for strings and numbers only; what spoils a token is a single byte.
+// The length in bytes of the offending token, which ends where the parser stopped. `token` is
+// reliable only for strings and numbers; a character that spoils a token is a single byte.
 std::size_t offendingLength( std::string_view what, std::string_view token ) {
     constexpr std::string_view literals[] = { "true", "false", "null" };
     constexpr std::string_view prefix = "unexpected ";
@@ -154,8 +154,8 @@ bool TreeBuilder::parse_error( std::size_t position, const std::string & token,
         return refuse( "must be a number of magnitude 1.7976931348623157e308 at most" );
     }
     const std::string what = reasonOf( reason.what() );
-    // `position` counts the bytes read up to and with the offending ones, and the end of the
-    // input as one more.
+    // `position` counts the bytes read, including the offending ones, and the end of the input as
+    // one more.
     const std::size_t length = std::max( offendingLength( what, token ), std::size_t{ 1 } );
     const std::size_t offset = std::min( position - std::min( position, length ), text_.size() );
     error = syntaxError( offset, what );

@@ -7,7 +7,7 @@ namespace KelHost {
 
 namespace {
 
-// Up to this many members a look at every one of them beats hashing.
+// Up to this many members, looking at each of them beats hashing.
 constexpr std::size_t unindexedLimit = 8;
 
 } // namespace

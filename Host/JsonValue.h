@@ -13,8 +13,8 @@ namespace KelHost {
 class JsonValue;
 struct JsonMember;
 
-// The members of a JSON object in the order in which they were added. Look-up by name costs a
-// hash; a pointer to a member's value is good until a member is added or removed.
+// The members of a JSON object in the order in which they were added. Look-up by name costs a hash;
+// a pointer to a member's value is valid until a member is added or removed.
 class JsonObject {
   public:
     using Members = std::vector<JsonMember>;
@@ -30,10 +30,10 @@ class JsonObject {
     const JsonValue * find( std::string_view name ) const;
     JsonValue * find( std::string_view name );
 
-    // Adds a member behind the others, or answers null when the name is taken.
+    // Adds a member after the others, or returns null when the name is taken.
     JsonValue * add( std::string name );
 
-    // Removes a member; nothing when there is none.
+    // Removes a member; does nothing when there is none.
     void remove( std::string_view name );
 
     std::size_t size() const;
@@ -55,9 +55,9 @@ class JsonObject {
 
 using JsonArray = std::vector<JsonValue>;
 
-// A JSON value as it was written: integers are kept exactly in 64 bits and told from numbers with
-// a fraction or an exponent. An integer of more than 64 bits is kept as F64 (no member of a
-// document reaches that far, so it is only ever refused).
+// A JSON value as it was written: integers are kept exactly, in 64 bits, and are not the same as
+// numbers with a fraction or an exponent. An integer of more than 64 bits is kept as F64 (no member
+// of a document reaches that far, so it is only ever refused).
 class JsonValue {
   public:
     // S64 holds negative integers only, so that every integer has one form.

@@ -12,7 +12,7 @@ namespace KelHost {
 namespace {
 
 constexpr S64 second = 1'000'000'000; // nanoseconds
-// A due time beyond any process's life; what is later is due there.
+// A due time beyond any process's life; later ones count as this one.
 constexpr F64 farthest = 1e9; // seconds
 
 S64 monotonicNow() {
@@ -24,7 +24,7 @@ S64 monotonicNow() {
 // The timer counts its expiries until they are read.
 void handleExpiry( int timer ) {
     U64 expiries = 0;
-    (void)!read( timer, &expiries, sizeof expiries ); // an expiry that was taken back reads nothing
+    (void)!read( timer, &expiries, sizeof expiries ); // nothing is there if it was set again
 }
 
 } // namespace

@@ -14,7 +14,7 @@ class LoopTimer {
     F64 now() const;
 
     // The loop wakes up when now() has reached `due`, at once when it has already; infinity: never.
-    // An earlier due time is forgotten.
+    // This replaces the due time that was set before.
     void dueIs( F64 due );
 
   private:

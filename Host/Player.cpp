@@ -65,7 +65,7 @@ class Player {
         chip.logSinkIs( [this]( std::string_view line ) { log_.event( line ); } );
     }
 
-    // Destructors are not to run: what the library was doing is still on the stack.
+    // Destructors must not run: the library's work in progress is still on the stack.
     [[noreturn]] void handleExit( int status ) {
         log_.exit( status );
         std::_Exit( status );

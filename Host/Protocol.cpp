@@ -8,7 +8,7 @@ namespace KelHost {
 
 namespace {
 
-// Longer than any header; a stranger's line is given up here.
+// Longer than any header; a line that goes on beyond this is given up.
 constexpr std::size_t headerLimit = 64;
 constexpr U64 answerLimit = 1ULL << 30;
 

@@ -18,7 +18,7 @@ enum class RequestKind : U8 {
     command,       // body: a diagnostic command in the library's words; answer: its output
     reload,        // read the configuration file again
     feed,          // body: a name for messages, a line end, a merge patch of the counters (JSON)
-    clearCounters, // counters count from here on
+    clearCounters, // counters count from now on
     ring,          // answer: the ring-buffer trace
 };
 
@@ -42,8 +42,8 @@ std::size_t bodyLimit( RequestKind kind );
 std::string encoded( const Request & request );
 std::string encoded( const Answer & answer );
 
-// Takes in one header line and its body piece by piece, however they are cut. What stands behind
-// the body is ignored.
+// Reads one header line and its body piece by piece, wherever they are cut. Anything after the body
+// is ignored.
 class FrameReader {
   public:
     enum class State : U8 { incomplete, complete, malformed };
@@ -66,7 +66,7 @@ class FrameReader {
 
     State state_ = State::incomplete;
     std::string text_;
-    std::size_t header_ = 0; // its length with the line end, once it is there
+    std::size_t header_ = 0; // its length with the line end, once it is complete
     std::size_t length_ = 0;
     std::string complaint_ = "malformed request";
 };

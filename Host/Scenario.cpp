@@ -32,7 +32,8 @@ constexpr Rule<FaultStep> faultRules[] = {
     { "skip", Decode::anyUnsigned<&FaultStep::skip> },
 };
 
-// The members of a scenario may be written in any order but build on each other in this one.
+// The members of a scenario may be written in any order, but are read in this one, since they build
+// on each other.
 struct Members {
     const JsonValue * config = nullptr;
     const JsonValue * simulation = nullptr;
@@ -104,7 +105,8 @@ class ScenarioReader {
 
     void readConfig( const JsonCursor & cursor ) {
         if ( const auto * path = cursor.value().as<std::string>() ) {
-            // They would end the name early, or break the line of an error that quotes it.
+            // Control characters would end the name early, or break the line of an error that
+            // quotes it.
             if ( std::ranges::any_of( *path, []( unsigned char c ) { return c < ' '; } ) ) {
                 cursor.refuse( "must be a path without control characters" );
             }
@@ -145,7 +147,7 @@ class ScenarioReader {
         return fault;
     }
 
-    // The kind of step whose member that is.
+    // The kind of step that has this member.
     static const StepKind & kindOf( const JsonCursor & member ) {
         const auto * kind = std::ranges::find( stepKinds, member.name(), &StepKind::name );
         if ( kind == std::end( stepKinds ) ) {

@@ -14,7 +14,7 @@ namespace KelHost {
 // A driver call that can be made to fail.
 struct FaultCall {
     std::string_view name;
-    bool unsignedStatus = false; // so it never answers a negative one
+    bool unsignedStatus = false; // so the call never returns a negative one
 };
 
 // From now on the modelled driver answers calls of one name with `status` and does nothing.
@@ -54,8 +54,8 @@ struct NotificationsStep {
 using ScenarioStep = std::variant<PatchStep, AdvanceStep, CommandStep, FaultStep, ClearCountersStep,
                                   MirroringLimitStep, NotificationsStep>;
 
-// A scenario that has been checked whole: every document in it is valid, and a switch can go from
-// each to the next.
+// A scenario that has been checked as a whole: every document in it is valid, and a switch can go
+// from each to the next.
 struct Scenario {
     SwitchDocument start;
     bool simulation = false;
@@ -66,9 +66,9 @@ struct Scenario {
 // An object with the member "config" or "steps" is a scenario, anything else a switch document.
 bool isScenario( const JsonValue & root );
 
-// Reads a scenario file, or a switch document as a scenario without steps. A document that the
-// scenario names is looked for from the scenario's folder. `faultCalls` are the driver
-// calls that can be made to fail.
+// Reads a scenario file, or a switch document as a scenario without steps. The path of a document
+// in it is relative to the scenario's folder. `faultCalls` are the driver calls that can be made to
+// fail.
 //
 // Throws DocumentError when a file cannot be read or anything in it is refused.
 Scenario readScenarioFile( const std::string & file, std::span<const FaultCall> faultCalls );

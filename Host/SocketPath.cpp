@@ -15,7 +15,7 @@ std::string socketIn( const std::string & folder ) { return folder + "/agent.soc
 
 std::string temporaryFolder() { return "/tmp/kelqos-" + std::to_string( geteuid() ); }
 
-// A folder in /tmp may have been put there by somebody else, to answer in the agent's place.
+// A folder in /tmp may have been put there by somebody who wants to answer in the agent's place.
 bool isOwnFolder( const std::string & folder ) {
     struct stat found {};
     return lstat( folder.c_str(), &found ) == 0 && S_ISDIR( found.st_mode ) &&
@@ -33,7 +33,7 @@ std::vector<std::string> folders() {
 }
 
 bool isUsable( const std::string & folder ) {
-    // The system's folder is for all to look into, the others for their owner.
+    // Everybody may look into the system's folder, and only the owner into the others.
     (void)mkdir( folder.c_str(), folder == systemFolder ? 0755 : 0700 ); // it may be there
     return access( folder.c_str(), W_OK | X_OK ) == 0 &&
            ( folder != temporaryFolder() || isOwnFolder( folder ) );

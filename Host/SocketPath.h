@@ -8,7 +8,7 @@ namespace KelHost {
 // The environment variable that names the agent's socket, for agent and client.
 inline constexpr const char * socketVariable = "KELQOS_SOCKET";
 
-// Where agents listen and clients look when nobody names a socket, best place first:
+// Where agents listen and clients look when no socket is named, best place first:
 //     /run/kelqos/agent.sock                       the system's agent
 //     $XDG_RUNTIME_DIR/kelqos/agent.sock           that of a user who has logged in
 //     /tmp/kelqos-UID/agent.sock                   that of any other

@@ -1,6 +1,6 @@
 #include "Host/StartReport.h"
 
-#include "KelQos/KelSliceQosSm.h"
+#include "KelQos/Slice/KelSliceQosSm.h"
 
 namespace KelHost {
 

@@ -11,7 +11,7 @@ namespace KelHost {
 std::string programmedText( const SwitchRuntime & runtime );
 
 // The first lines of an agent's log: what was programmed, where it listens, and what to type in
-// another terminal. `program` is the program's name as it was called, `socketOption` what a client
+// another terminal. `program` is the program's name as it was invoked, `socketOption` what a client
 // has to add to find the agent (empty: nothing).
 void reportStart( const AgentLog & log, const SwitchRuntime & runtime, const std::string & config,
                   const std::string & socketPath, const std::string & program,

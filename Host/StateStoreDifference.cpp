@@ -14,9 +14,9 @@ using KelQos::TmIntfConfig;
 using KelQos::TmPpgConfig;
 using KelQos::TmTxQueueConfig;
 
-// Nobody but the host writes configuration entities, so they hold what the document before says.
-// Setting all attributes of an entity in their order therefore writes just those that differ: a
-// setter that is given the value which is there does nothing.
+// Nobody but the host writes configuration entities, so they hold what the previous document says.
+// Setting all attributes of an entity in their order therefore writes only those that differ: a
+// setter that is given the present value does nothing.
 
 KelQos::ShapeRate toShapeRate( const Rate & rate ) {
     return { rate.packetsPerSecond ? 0U : 1U, rate.rate, rate.burst };
@@ -82,8 +82,8 @@ void applyBufferParams( const std::optional<BufferParams> & after, StateStore & 
 
 using Ports = decltype( SwitchDocument::ports );
 
-// A port that moves gives its old number up as it takes the new one, so that no number ever leads
-// to an interface that has another.
+// A port that moves gives up its old number as it takes the new one, so that no number ever leads
+// to an interface that has a different one.
 void addPorts( const Ports & before, const Ports & after, StateStore & store ) {
     KelSystem::SystemStatus & ports = *store.systemStatus;
     for ( const auto & [name, port] : after ) {

@@ -7,8 +7,8 @@ namespace KelHost {
 
 // Takes the state store from one document to the next: only what differs between the two is
 // written, in a fixed order, and an entity is filled completely before it is inserted into its
-// collection. The order keeps what is on the way valid: a port is in the port table before anything
-// is configured for it, and leaves it last.
+// collection. The order keeps every state on the way valid: a port is in the port table before
+// anything is configured for it, and leaves the table last.
 //
 // The step must have passed checkTransition(). A new store is filled by the step from a document
 // that has nothing but its `device`. Every write is told at once to whoever watches the entity, so

@@ -53,8 +53,8 @@ class PpgStatusReactor : public Kel::NotifieeOf<TmIntfStatus> {
     EventLog & log_;
 };
 
-// A port's status gets its reactor when it enters the directory, which is before anybody can have
-// written to it.
+// A port's status gets its reactor when it enters the directory, before anybody can have written to
+// it.
 class TmStatusReactor : public Kel::NotifieeOf<TmStatus> {
   public:
     TmStatusReactor( Ptr<const TmStatus> status, EventLog & log )

@@ -10,7 +10,7 @@ namespace KelHost {
 // Writes what the state machines write back into the state store to the event log:
 //     status tmPpgStatus PORT/PPG true
 //     status pfcEnabled INTF pfc
-// and "deleted" for an entry that is gone. To be made before the state machines, so that it sees
+// and "deleted" for an entry that is gone. Must be made before the state machines, so that it sees
 // their first write.
 class StatusLog {
   public:

@@ -26,14 +26,14 @@ std::string describe( int status ) {
                                  : "ended with status " + std::to_string( WEXITSTATUS( status ) );
 }
 
-// An agent that runs ends with 0 or by a signal; anything else is its refusal to start, and it
-// would refuse again.
+// Once it runs, an agent ends with status 0 or by a signal; any other status means that it refused
+// to start, and it would refuse again.
 bool isRefusal( int status ) { return WIFEXITED( status ) && WEXITSTATUS( status ) != 0; }
 
-// The ends of late, to tell an accident from an agent that cannot live.
+// The most recent ends, to tell an accident from an agent that cannot stay up.
 class Ends {
   public:
-    // Returns whether there were too many within the time.
+    // Adds one, and returns whether there were too many in too short a time.
     bool add( Clock::time_point now ) {
         Clock::time_point & oldest = times_[next_++ % endsAllowed];
         oldest = now;
@@ -49,7 +49,7 @@ class Supervisor {
   public:
     Supervisor( const WarmRestart & warmRestart, const AgentLog & log )
         : warmRestart_( warmRestart ), log_( log ) {
-        // Inherited as ignored, it would take the children's status away.
+        // If the signal were inherited as ignored, the child's exit status would be lost.
         std::signal( SIGCHLD, SIG_DFL );
     }
 
@@ -67,7 +67,7 @@ class Supervisor {
     }
 
   private:
-    // The agent stops when its supervisor is gone, however that went.
+    // The agent stops when its supervisor is gone, however that came about.
     static bool followParent( pid_t parent ) {
         return prctl( PR_SET_PDEATHSIG, SIGTERM ) == 0 && getppid() == parent;
     }
@@ -85,7 +85,7 @@ class Supervisor {
         }
     }
 
-    // The exit status of the whole, or none when the agent is to be started again.
+    // The supervisor's exit status, or nothing when the agent is to be started again.
     std::optional<int> afterEnd( int status ) {
         if ( stopping_ ) {
             return EXIT_SUCCESS;

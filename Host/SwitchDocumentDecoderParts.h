@@ -4,7 +4,7 @@
 #include "Host/SwitchDocument.h"
 
 // The parts of a switch document, each decoded from its own JSON object. All of these throw
-// DocumentError at the first value that is not allowed, and leave `out` half filled then.
+// DocumentError at the first value that is not allowed, and then leave `out` half filled.
 namespace KelHost::Decode {
 
 using Ports = decltype( SwitchDocument::ports );

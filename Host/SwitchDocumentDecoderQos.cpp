@@ -8,7 +8,7 @@ namespace {
 constexpr U64 highestGroup = 8;
 constexpr U64 highestQueue = 7;
 constexpr U64 highestCpuQueue = 13;
-constexpr U64 highestLimit = 4294967294; // the next one is the mark of a limit that is not set
+constexpr U64 highestLimit = 4294967294; // the next one marks a limit that is not set
 
 constexpr std::string_view flowControlWords[] = { "none", "linkPause", "pfc" };
 constexpr std::string_view priorityWords[] = { "strict", "roundRobin" };

@@ -11,7 +11,7 @@ constexpr U64 highestGroupCounter = 255;
 constexpr U64 highestQueueCounter = 65535;
 constexpr U64 highestBlockCounter = 4294967295;
 
-// The limits are checked as they are written, before the value is rounded to its type.
+// A value is checked against the limits as it is written, before it is rounded to its type.
 template <auto member, U64 high>
 void share( const JsonCursor & cursor, WredEntry & out ) {
     out.*member = static_cast<F32>( readNumber( cursor, 0, static_cast<F64>( high ) ) );

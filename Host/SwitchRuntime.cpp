@@ -1,8 +1,8 @@
 #include "Host/SwitchRuntime.h"
 
 #include "Host/StateStoreDifference.h"
-#include "KelQos/KelSliceQosSm.h"
-#include "KelQos/KelSliceQosWredBlockSm.h"
+#include "KelQos/Slice/KelSliceQosSm.h"
+#include "KelQos/Wred/KelSliceQosWredBlockSm.h"
 #include "Platform/Framework/Assert.h"
 
 #include <exception>
@@ -14,8 +14,8 @@ namespace {
 
 constexpr const char * commandType = "KelSliceQos";
 
-// Half an event is worse than none: whatever is thrown in the middle of one, memory that ran out
-// too, leaves a store and a chip of which nobody knows what they hold.
+// Half an event is worse than none: an exception in the middle of one, even for lack of memory,
+// leaves a store and a chip in a state that nobody knows.
 template <class Event>
 void runToCompletion( Event && event ) {
     try {

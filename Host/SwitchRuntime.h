@@ -15,13 +15,13 @@ class KelSliceQosWredBlockSm;
 namespace KelHost {
 
 // One running switch: the state store that follows a switch document, and the state machines that
-// follow the state store. Whoever owns it owns time as well: it moves the activity manager's clock
+// follow the state store. Its owner owns time as well: the owner moves the activity manager's clock
 // and calls serveTimers() after each event.
 //
 // Every member function that acts makes driver calls, and ends the process when the library does:
 // by an abort when the driver refuses a setting or anything is thrown on the way (nobody knows what
-// the chip holds then), or by the activity manager's orderly exit. So what throws has changed
-// nothing.
+// the chip holds then), or by the activity manager's orderly exit. So a call that throws has
+// changed nothing.
 class SwitchRuntime {
   public:
     // Fills the state store; nothing is programmed yet. The activity manager must outlive this.
@@ -43,7 +43,8 @@ class SwitchRuntime {
 
     // Fires the timers that are due by now, in order of due time.
     void serveTimers();
-    // Moves time, in seconds, forward, and fires what falls due on the way, each timer at its time.
+    // Moves time forward to `time`, in seconds, and fires each timer that falls due on the way, at
+    // its time.
     void advanceTo( F64 time );
 
     // Hands one diagnostic command to the library, which writes the answer to `fd` before this

@@ -14,7 +14,7 @@ namespace {
 
 U64 monotonicMicroseconds() {
     timespec now{};
-    (void)clock_gettime( CLOCK_MONOTONIC, &now ); // this clock always is
+    (void)clock_gettime( CLOCK_MONOTONIC, &now ); // this clock always exists
     return static_cast<U64>( now.tv_sec ) * 1'000'000 + static_cast<U64>( now.tv_nsec ) / 1000;
 }
 

@@ -4,13 +4,14 @@
 
 namespace KelHost {
 
-// Tells the service manager how the agent is: datagrams to the socket that NOTIFY_SOCKET names.
-// Without that variable nothing happens; what cannot be sent is lost, the agent lives without.
+// Tells the service manager how the agent is doing, in datagrams to the socket that NOTIFY_SOCKET
+// names. Without that variable nothing happens. What cannot be sent is lost, and the agent does
+// without.
 class SystemdNotify {
   public:
     SystemdNotify();
 
-    // `status`: one line for people.
+    // `status`: one line for people to read.
     void ready( const std::string & status ) const;
     // Until the next ready().
     void reloading() const;

@@ -15,7 +15,7 @@ class TraceOption {
     TraceOption & operator=( const TraceOption & ) = delete;
 
     // Switches the levels on. Throws std::invalid_argument, with a text for the user, for an
-    // unknown handle or another shape.
+    // unknown handle or a malformed setting.
     void apply() const;
 
   private:

@@ -9,8 +9,8 @@
 
 namespace KelHost {
 
-// The address of a path; one that begins with "@" is in the abstract name space, which no folder
-// shows. `size` is what bind() and connect() take.
+// The address of a path; one that begins with "@" is in the abstract namespace, which has no files.
+// `size` is what bind() and connect() take.
 struct UnixAddress {
     sockaddr_un address;
     unsigned size;
@@ -24,11 +24,11 @@ struct UnixAddress {
     const sockaddr * get() const { return reinterpret_cast<const sockaddr *>( &address ); }
 };
 
-// A connection to whoever listens on the file; none, with errno, when nobody does. While more
-// callers than the listener takes are in front it waits as long as patience lasts (zero: for ever),
-// or not at all when `flags` has SOCK_NONBLOCK; EAGAIN when that was not enough. The patience holds
-// for each later call on the connection too. Throws std::invalid_argument like
-// UnixAddress::ofFile() and std::system_error when the system refuses.
+// A connection to whoever listens on the file; none, with errno, when nobody does. While the
+// listener's queue is full it waits, for as long as `patience` (zero: for ever), or not at all when
+// `flags` has SOCK_NONBLOCK; then errno is EAGAIN. The patience also applies to each later call on
+// the connection. Throws std::invalid_argument like UnixAddress::ofFile() and std::system_error
+// when the system refuses.
 FileDescriptor connectedTo( const std::string & path, int flags = 0, timeval patience = {} );
 
 } // namespace KelHost

@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 int main( int argc, char ** argv ) {
-    // A reader that goes away is reported where it is written to.
+    // A reader that goes away is reported by whatever writes to it.
     std::signal( SIGPIPE, SIG_IGN );
     Kel::abortHookIs( [] { Kel::ringTraceWrite( STDERR_FILENO ); } );
     KelHost::PlayerChip chip;

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <span>
 
-// The arguments of driver calls by their meaning: each kind knows what the chip refuses. Plain
+// The arguments of driver calls, by kind: refusal() says what the chip refuses of each. Plain
 // numbers are never refused.
 namespace KelModel {
 

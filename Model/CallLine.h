@@ -13,8 +13,8 @@
 
 namespace KelModel {
 
-// The text of one driver call, built in place: a run of the model logs more calls than it does
-// anything else, so this takes neither memory nor a stream.
+// The text of one driver call, built in place: a run of the model does little else than log calls,
+// so this needs neither the heap nor a stream.
 class CallLine {
   public:
     std::string_view view() const {

@@ -2,27 +2,38 @@
 
 #include "Platform/Framework/Assert.h"
 
+#include <algorithm>
+#include <vector>
+
 namespace KelModel {
 
 namespace {
 
-Chip * currentChip = nullptr;
+// The current one first.
+std::vector<Chip *> & chips() {
+    static std::vector<Chip *> chips;
+    return chips;
+}
 
 } // namespace
 
 Chip::Chip( U32 deviceId, U32 totalCells ) : deviceId_( deviceId ), totalCells_( totalCells ) {}
 
-Chip::~Chip() {
-    if ( currentChip == this ) {
-        currentChip = nullptr;
+Chip::~Chip() { std::erase( chips(), this ); }
+
+void Chip::currentIs( Chip * chip ) {
+    chips().clear();
+    if ( chip ) {
+        besideIs( *chip );
     }
 }
 
-void Chip::currentIs( Chip * chip ) { currentChip = chip; }
+void Chip::besideIs( Chip & chip ) { chips().push_back( &chip ); }
 
-Chip & Chip::current() {
-    KEL_ASSERT( currentChip != nullptr );
-    return *currentChip;
+Chip & Chip::of( U32 deviceId ) {
+    KEL_ASSERT( !chips().empty() );
+    const auto found = std::ranges::find( chips(), deviceId, &Chip::deviceId );
+    return found == chips().end() ? *chips().front() : **found;
 }
 
 } // namespace KelModel

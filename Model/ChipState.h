@@ -35,7 +35,7 @@ struct Shaper {
     U32 burst = 0;
     U32 rate = 0;
 
-    // Switching a shaper on or off leaves its rate alone, and the other way round.
+    // Switching a shaper on or off leaves its rate alone, and vice versa.
     void rateIs( bool inPps, U32 newBurst, U32 newRate ) {
         pps = inPps;
         burst = newBurst;
@@ -46,7 +46,7 @@ struct Shaper {
 struct Pool {
     U32 sizeCells = 0;
     std::array<U32, classCount> pfcLimitCells{};
-    std::map<U32, U32> colorDropLimitCells; // by colour, as far as set
+    std::map<U32, U32> colorDropLimitCells; // by colour; only those that were set
 };
 
 struct Queue {
@@ -83,7 +83,8 @@ struct Ppg {
 // What the driver's operations have set: all that tests can read back from a modelled chip.
 //
 // A group's handle is pipe x 256 + index: 0 to 127 are allocated, 128 + local port is the default
-// group of a port. The lowest free index is handed out first, with nothing left of an earlier life.
+// group of a port. The lowest free index is handed out first, with nothing left of its previous
+// use.
 class ChipState {
   public:
     ChipState();
@@ -95,7 +96,7 @@ class ChipState {
     const Port & port( U32 portId ) const { return ports_[portIndex( portId )]; }
     static S32 defaultPpg( U32 portId );
 
-    // The handle of a group that was free and now belongs to the port; none if all groups of the
+    // The handle of a group that was free and now belongs to the port; nothing if all groups of the
     // port's pipe are taken.
     std::optional<S32> ppgAllocate( U32 portId );
     // Frees an allocated group; a default group stays as it is.

@@ -11,7 +11,7 @@
 
 namespace KelModel {
 
-// Of several refusals an invalid argument is told first: a chip looks for an object only once it
+// Of several refusals, that of an invalid argument wins: the chip looks for an object only when it
 // knows where.
 template <class... Args>
 S32 refusalOf( const Chip & chip, const Args &... args ) {
@@ -41,7 +41,8 @@ void logCall( const Chip & chip, Operation operation, S32 status, const Args &..
 
 // The one way in which the model answers a driver call, whatever its name: a planned failure, or a
 // refused argument, or the effect on the chip's state; then the log. `effect( ChipState & )`
-// returns nothing, or a status if it can fail by itself, and must not change anything then.
+// returns nothing, or a status if it can fail by itself; when it fails, it must not have changed
+// anything.
 template <class Effect, class... Args>
 S32 driverCall( Chip & chip, Operation operation, const Effect & effect, const Args &... args ) {
     S32 status = chip.faults().answer( operation );
@@ -61,10 +62,20 @@ S32 driverCall( Chip & chip, Operation operation, const Effect & effect, const A
     return status;
 }
 
+// The device number among the arguments of a call.
+template <class First, class... Others>
+U32 deviceOf( const First & first, const Others &... others ) {
+    if constexpr ( std::is_same_v<First, DeviceArg> ) {
+        return first.value;
+    } else {
+        return deviceOf( others... );
+    }
+}
+
 // A call through one of the driver's C functions.
 template <class Effect, class... Args>
 S32 tmCall( Operation operation, const Effect & effect, const Args &... args ) {
-    return driverCall( Chip::current(), operation, effect, args... );
+    return driverCall( Chip::of( deviceOf( args... ) ), operation, effect, args... );
 }
 
 } // namespace KelModel

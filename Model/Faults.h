@@ -9,7 +9,7 @@
 namespace KelModel {
 
 // A planned failure: after letting `skip` calls of the operation pass, the driver answers the next
-// `times` ones with `status` and does nothing.
+// `times` calls with `status` and does nothing.
 struct Fault {
     static constexpr U64 always = std::numeric_limits<U64>::max();
 
@@ -19,8 +19,8 @@ struct Fault {
     U64 skip = 0;
 };
 
-// The planned failures of one chip. Of several on one operation only the oldest that is not spent
-// sees a call, whether it answers it or lets it pass.
+// The planned failures of one chip. Of several for one operation, only the oldest that is not used
+// up sees a call, whether it answers it or lets it pass.
 class Faults {
   public:
     // Throws Kel::RangeException, and adds nothing, for a status that the operation cannot fail
@@ -34,7 +34,7 @@ class Faults {
   private:
     S32 plannedAnswer( Operation operation );
 
-    std::vector<Fault> faults_; // oldest first, none of them spent
+    std::vector<Fault> faults_; // oldest first, none of them used up
 };
 
 } // namespace KelModel

@@ -11,7 +11,7 @@ namespace KelModel {
 
 struct OperationInfo {
     std::string_view name;
-    // The status is an unsigned number, so a fault cannot make the call answer a negative one.
+    // The status is an unsigned number, so no fault can make the call return a negative one.
     bool unsignedStatus = false;
 };
 

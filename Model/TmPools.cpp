@@ -25,8 +25,9 @@ KelTmStatus bf_tm_set_ut_mode_as_model( U32 devId ) {
 
 KelTmStatus bf_tm_total_cell_count_get( U32 devId, U32 * cells ) {
     return tmCall(
-        "bf_tm_total_cell_count_get", [&]( ChipState & ) { *cells = Chip::current().totalCells(); },
-        DeviceArg{ devId }, OutArg<U32>{ cells } );
+        "bf_tm_total_cell_count_get",
+        [&]( ChipState & ) { *cells = Chip::of( devId ).totalCells(); }, DeviceArg{ devId },
+        OutArg<U32>{ cells } );
 }
 
 KelTmStatus bf_tm_pool_pfc_limit_set( U32 devId, U32 pool, U32 icos, U32 cells ) {

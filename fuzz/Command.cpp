@@ -5,7 +5,7 @@
 #include "Host/PlayerChip.h"
 #include "Host/SwitchDocumentDecoder.h"
 #include "Host/SwitchRuntime.h"
-#include "KelQos/KelSliceQosCli.h"
+#include "KelQos/Show/KelSliceQosCli.h"
 #include "Platform/Framework/Assert.h"
 
 #include <fcntl.h>

@@ -1,7 +1,7 @@
 // Any bytes as the text form of a record and as trace levels: what can be read is written and read
 // again as the same value.
 
-#include "KelQos/KelSliceQosCounters.h"
+#include "KelQos/Show/KelSliceQosCounters.h"
 #include "Platform/Framework/Assert.h"
 #include "Platform/Framework/Exceptions.h"
 #include "Platform/Logging/Trace.h"

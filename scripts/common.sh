@@ -6,7 +6,7 @@
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 buildPackages=(
-    g++ cmake ninja-build nlohmann-json3-dev libcli11-dev libvalijson-dev libgtest-dev
+    g++ cmake ninja-build nlohmann-json3-dev libcli11-dev libvalijson-dev libgtest-dev locales
 )
 benchPackages=(
     libbenchmark-dev pkg-config libboost1.81-dev libsigc++-2.0-dev libabsl-dev libuv1-dev

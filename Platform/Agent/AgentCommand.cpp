@@ -34,7 +34,7 @@ bool AgentCommandRequestDirSm::deliver( const std::string & commandType, U32 soc
     try {
         callback->handleCommand( socket, command );
     } catch ( const Kel::Exception & error ) {
-        constexpr S32 noPatience = 0; // a peer that does not read has had the callback's
+        constexpr S32 noPatience = 0; // the callback has waited for the peer already
         ReplyWriter( static_cast<int>( socket ), noPatience )
             .write( "Command failed: " + std::string( error.what() ) + "\n" );
     }

@@ -15,8 +15,8 @@ namespace Agent {
 
 namespace {
 
-// Keeps the SIGPIPE of a write to a closed pipe from being delivered: it is held back while this
-// lives, and then taken away unless it was pending before.
+// Keeps the SIGPIPE of a write to a closed pipe from being delivered: the signal is blocked while
+// this object lives, and then discarded unless it was pending before.
 class SigpipeHeld {
   public:
     SigpipeHeld() {
@@ -95,7 +95,7 @@ S64 ReplyWriter::attempt( std::string_view text ) const {
     if ( kind_ == Kind::socket ) {
         return send( fd_, text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT );
     }
-    // Once it takes anything, a blocking pipe has room for this much: writing more could block.
+    // A blocking pipe that takes anything at all has room for this much; writing more could block.
     const std::size_t most = kind_ == Kind::file ? text.size() : std::size_t{ PIPE_BUF };
     return ::write( fd_, text.data(), std::min( text.size(), most ) );
 }

@@ -8,15 +8,16 @@
 namespace Agent {
 
 // Writes an answer to a descriptor of any kind, blocking or not, that somebody else opened and
-// closes. A peer that hangs up or stops reading cannot end the process or hold up the event loop:
-// what cannot be written is dropped. No signal gets out and no signal disposition changes.
+// closes. A peer that hangs up or stops reading cannot end the process, nor hold up the event loop
+// for longer than `patience`: what cannot be written is dropped. No signal is delivered, and no
+// signal disposition changes.
 class ReplyWriter {
   public:
-    // `patience`: milliseconds in all that may go by in waiting for the peer to read.
+    // `patience`: how many milliseconds, in all, it may wait for the peer to read.
     ReplyWriter( int fd, S32 patience );
 
-    // Writes the whole text, in as few pieces as the descriptor takes. After a failure nothing is
-    // written any more, so the peer never gets an answer with a hole in it.
+    // Writes the whole text, in as few pieces as the descriptor takes. After a failure it writes
+    // nothing more, so the peer never gets an answer with a hole in it.
     void write( std::string_view text );
 
     int fd() const { return fd_; }
@@ -33,8 +34,8 @@ class ReplyWriter {
     // One system call: the number of bytes written, or -1 and errno.
     S64 attempt( std::string_view text ) const;
     void writeAll( std::string_view text );
-    // Waits until the descriptor takes more, and says whether it does. Its errors count as ready:
-    // the next write finds out.
+    // Waits until the descriptor takes more, and says whether it does. An error counts as ready:
+    // the next write reports it.
     bool waitForPeer();
 
     int fd_;

@@ -23,8 +23,8 @@ class ResourceInfoIntf : public Kel::Entity {
     // The index of the table, or noTableIndex when the program has none of that name.
     virtual U32 tableIndex( std::string_view tableName ) const = 0;
 
-    // The record of the table at an index that tableIndex returned; another index is an error of
-    // the caller and raises Kel::RangeException.
+    // The record of the table at an index that tableIndex returned; any other index is an error of
+    // the caller and throws Kel::RangeException.
     virtual TableRecord table( U32 tableIndex ) const = 0;
 
     // One field of the WRED resource of that name; 0 when the program has none.

@@ -79,11 +79,11 @@ KelTmStatus bf_tm_ppg_guaranteed_min_limit_set( std::uint32_t devId, std::int32_
 KelTmStatus bf_tm_ppg_icos_mapping_set( std::uint32_t devId, std::int32_t ppg,
                                         std::uint8_t icosBitmap );
 
-// Turns lossless treatment of a group on or off: pause is sent instead of dropping.
+// Turns lossless treatment of a group on or off: pause is sent instead of packets being dropped.
 KelTmStatus bf_tm_ppg_lossless_treatment_enable( std::uint32_t devId, std::int32_t ppg );
 KelTmStatus bf_tm_ppg_lossless_treatment_disable( std::uint32_t devId, std::int32_t ppg );
 
-// Sets how many cells of the skid pool the group may take after it sent pause.
+// Sets how many cells of the skid pool the group may take after it has sent pause.
 KelTmStatus bf_tm_ppg_skid_limit_set( std::uint32_t devId, std::int32_t ppg, std::uint32_t cells );
 
 // Lets the group use an ingress pool with the given factor; hysteresis is in cells.

@@ -15,8 +15,7 @@ const char * stringValue( EnabledState state ) {
 }
 
 Kel::Ptr<EthPhyIntfStatus> EthPhyIntfStatusDir::intfStatusIs( Kel::IntfId intfId ) {
-    return intfStatus_.getOrInsert( intfId,
-                                    [&] { return Kel::makePtr<EthPhyIntfStatus>( intfId ); } );
+    return intfStatus_.getOrInsert( intfId, [&] { return newIntfStatus( intfId ); } );
 }
 
 void EthPhyIntfStatusDir::intfStatusIs( const Kel::Ptr<EthPhyIntfStatus> & status ) {

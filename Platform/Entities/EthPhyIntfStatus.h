@@ -11,7 +11,7 @@ enum EnabledState : U32 {
     enabledStateEnabled = 1,
     enabledStateDisabled = 2,
 };
-// The member's name; "unknown" for a number that is none.
+// The member's name; "unknown" for a number without one.
 const char * stringValue( EnabledState state );
 
 // Status of one Ethernet interface.
@@ -41,9 +41,12 @@ class EthPhyIntfStatusDir : public Kel::Entity {
         return intfStatus_.get( intfId );
     }
     bool intfStatusHas( Kel::IntfId intfId ) const { return intfStatus_.has( intfId ); }
-    // Makes the status unless there is one.
+    // Makes the status unless there is one, and returns it.
     Kel::Ptr<EthPhyIntfStatus> intfStatusIs( Kel::IntfId intfId );
-    // Inserts one that was filled before, in place of another of its interface. Throws
+    static Kel::Ptr<EthPhyIntfStatus> newIntfStatus( Kel::IntfId intfId ) {
+        return Kel::makePtr<EthPhyIntfStatus>( intfId );
+    }
+    // Inserts one that was filled before, replacing that of the same interface. Throws
     // Kel::NullArgumentException for null.
     void intfStatusIs( const Kel::Ptr<EthPhyIntfStatus> & status );
     void intfStatusDel( Kel::IntfId intfId ) { intfStatus_.erase( intfId ); }

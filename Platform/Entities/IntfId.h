@@ -11,14 +11,14 @@
 namespace Kel {
 
 // The name of an interface. Names are interned for the life of the process, so copying, comparing
-// for equality and hashing cost a pointer. The default is the empty name.
+// for equality and hashing cost no more than for a pointer. The default is the empty name.
 class IntfId {
   public:
     IntfId() noexcept;
     explicit IntfId( std::string_view name );
 
-    // The interface of this name if one was ever named so, else the empty name: for texts that
-    // strangers send, which must not make the table of names grow.
+    // The interface of this name if the name was ever used, else the empty name. For texts from
+    // outside, which must not make the table of names grow.
     static IntfId known( std::string_view name );
 
     const std::string & name() const noexcept { return record_->name; }

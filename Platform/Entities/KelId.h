@@ -5,7 +5,7 @@
 
 namespace KelId {
 
-// A traffic-manager device, 0 to 7. Made from a number above 8 it throws Kel::RangeException.
+// A traffic-manager device, 0 to 7. Made from a number above 8, it throws Kel::RangeException.
 class KelDevId : public Kel::Identifier<KelDevId, U8> {
   public:
     static constexpr U8 min = 0;

@@ -23,6 +23,7 @@ class KelPfcSharedState : public Kel::Entity {
         pfcEnabled_.set( intfId, type );
     }
     void pfcEnabledDel( Kel::IntfId intfId ) { pfcEnabled_.erase( intfId ); }
+    void pfcEnabledDelAll() { pfcEnabled_.eraseAll(); }
 
   private:
     PfcEnabled pfcEnabled_{ *this, pfcEnabledAttr };

@@ -5,12 +5,12 @@
 
 namespace KelPortTypes {
 
-// A port of the chip: its device port number, pipe x 128 + local port. Made from a number above 456
-// it throws Kel::RangeException.
+// A port of the chip: its device port number, pipe x 128 + local port. Made from a number above
+// 456, it throws Kel::RangeException.
 class PortIndex : public Kel::Identifier<PortIndex, U16> {
   public:
     static constexpr U16 min = 0;
-    static constexpr U16 invalid = 456; // stands for no port when a look-up fails
+    static constexpr U16 invalid = 456; // stands for "no port" when a look-up fails
 
     constexpr PortIndex() : Identifier( invalid ) {}
     constexpr explicit PortIndex( U32 value ) : Identifier( checked( value ) ) {}

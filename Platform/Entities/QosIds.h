@@ -22,11 +22,11 @@ class TxQueueId : public Kel::Identifier<TxQueueId, U8> {
     constexpr TxQueueId() : Identifier( 0 ) {}
     constexpr explicit TxQueueId( U8 value ) : Identifier( value ) {}
 
-    // A queue number is what the driver takes.
+    // The driver takes queue numbers as they are.
     constexpr operator U32() const { return value(); }
 };
 
-// A class of service, 0 to 7. Made from a larger number it throws Kel::RangeException.
+// A class of service, 0 to 7. Made from a larger number, it throws Kel::RangeException.
 class Cos : public Kel::Identifier<Cos, U8> {
   public:
     static constexpr U8 min = 0;

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "Platform/Framework/Record.h"
 #include "Platform/Framework/Types.h"
-
-#include <compare>
 
 namespace KelQos {
 
@@ -12,7 +11,7 @@ enum FlowControlType : U32 {
     flowControlTypeLinkPause = 1,
     flowControlTypePfc = 2,
 };
-// The member's name; "unknown" for a number that is none.
+// The member's name; "unknown" for a number without one.
 const char * stringValue( FlowControlType type );
 
 // The burst absorption factor of a priority group or queue: 0 to 9 are the driver's factors of a
@@ -42,7 +41,7 @@ struct TmConfigConstants {
     static constexpr U32 minLimitCellsInvalid() { return 0xFFFFFFFF; }
 };
 
-// Rates with a meaning of their own, compared exactly.
+// Rates with a special meaning; only these exact values have it.
 inline constexpr U32 shapeRateUnlimited = 600000001;        // no shaping
 inline constexpr U32 shapeRateUnlimitedInternal = 10000002; // no shaping on internal interfaces
 
@@ -62,7 +61,15 @@ class ShapeRate {
     // In the driver's burst unit of the accounting mode.
     constexpr U32 shapeRateBurst() const { return shapeRateBurst_; }
 
+    std::size_t hash() const { return Kel::recordHash( *this ); }
     friend constexpr bool operator==( const ShapeRate &, const ShapeRate & ) = default;
+    friend std::string valueToStrep( const ShapeRate & rate ) { return Kel::recordToStrep( rate ); }
+    static constexpr auto record() {
+        return std::tuple( "KelQos::ShapeRate",
+                           Kel::Field{ "accountingMode", &ShapeRate::accountingMode_ },
+                           Kel::Field{ "shapeRateVal", &ShapeRate::shapeRateVal_ },
+                           Kel::Field{ "shapeRateBurst", &ShapeRate::shapeRateBurst_ } );
+    }
 
   private:
     U32 accountingMode_ = 1;
@@ -77,26 +84,44 @@ class RateParams {
     constexpr RateParams() = default;
     constexpr RateParams( const ShapeRate & shapeRate, bool accountingModeGBwPps,
                           U32 guaranteedBwRate, U32 guaranteedBwRateBurst )
-        : shapeRate_( shapeRate ),
+        : shapeRateAccountingMode_( shapeRate.accountingMode() ),
+          shapeRateVal_( shapeRate.shapeRateVal() ),
+          shapeRateBurst_( shapeRate.shapeRateBurst() ),
           accountingModeGBwPps_( accountingModeGBwPps ),
           guaranteedBwRate_( guaranteedBwRate ),
           guaranteedBwRateBurst_( guaranteedBwRateBurst ) {}
 
     // 0: packets per second, else kilobits per second.
-    constexpr U32 shapeRateAccountingMode() const { return shapeRate_.accountingMode(); }
+    constexpr U32 shapeRateAccountingMode() const { return shapeRateAccountingMode_; }
     // shapeRateUnlimited means no shaping, shapeRateUnlimitedInternal none on internal interfaces.
-    constexpr U32 shapeRateVal() const { return shapeRate_.shapeRateVal(); }
-    constexpr U32 shapeRateBurst() const { return shapeRate_.shapeRateBurst(); }
+    constexpr U32 shapeRateVal() const { return shapeRateVal_; }
+    constexpr U32 shapeRateBurst() const { return shapeRateBurst_; }
     // True: the guaranteed rate is counted in packets per second, else in kilobits per second.
     constexpr bool accountingModeGBwPps() const { return accountingModeGBwPps_; }
     // 0 means no guaranteed rate.
     constexpr U32 guaranteedBwRate() const { return guaranteedBwRate_; }
     constexpr U32 guaranteedBwRateBurst() const { return guaranteedBwRateBurst_; }
 
+    std::size_t hash() const { return Kel::recordHash( *this ); }
     friend constexpr bool operator==( const RateParams &, const RateParams & ) = default;
+    friend std::string valueToStrep( const RateParams & params ) {
+        return Kel::recordToStrep( params );
+    }
+    static constexpr auto record() {
+        return std::tuple(
+            "KelQos::RateParams",
+            Kel::Field{ "shapeRateAccountingMode", &RateParams::shapeRateAccountingMode_ },
+            Kel::Field{ "shapeRateVal", &RateParams::shapeRateVal_ },
+            Kel::Field{ "shapeRateBurst", &RateParams::shapeRateBurst_ },
+            Kel::Field{ "accountingModeGBwPps", &RateParams::accountingModeGBwPps_ },
+            Kel::Field{ "guaranteedBwRate", &RateParams::guaranteedBwRate_ },
+            Kel::Field{ "guaranteedBwRateBurst", &RateParams::guaranteedBwRateBurst_ } );
+    }
 
   private:
-    ShapeRate shapeRate_;
+    U32 shapeRateAccountingMode_ = ShapeRate().accountingMode();
+    U32 shapeRateVal_ = ShapeRate().shapeRateVal();
+    U32 shapeRateBurst_ = ShapeRate().shapeRateBurst();
     bool accountingModeGBwPps_ = false;
     U32 guaranteedBwRate_ = 0;
     U32 guaranteedBwRateBurst_ = 0;

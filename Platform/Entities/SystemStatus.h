@@ -4,10 +4,11 @@
 #include "Platform/Entities/KelId.h"
 #include "Platform/Entities/PortIndex.h"
 #include "Platform/Framework/Collections.h"
+#include "Platform/Framework/Record.h"
 
 namespace KelSystem {
 
-// Where a port sits. The defaults stand for a port that is not in the table.
+// Where a port is on the chip. The defaults stand for a port that is not in the table.
 class PortInfo {
   public:
     constexpr PortInfo() = default;
@@ -21,7 +22,14 @@ class PortInfo {
     // The port number within its pipe, 0 to 127.
     constexpr U8 pipePortIndex() const { return portIndex_.localPort(); }
 
+    std::size_t hash() const { return Kel::recordHash( *this ); }
     friend constexpr bool operator==( const PortInfo &, const PortInfo & ) = default;
+    friend std::string valueToStrep( const PortInfo & info ) { return Kel::recordToStrep( info ); }
+    static constexpr auto record() {
+        return std::tuple( "KelSystem::PortInfo", Kel::Field{ "devId", &PortInfo::devId_ },
+                           Kel::Field{ "pipeId", &PortInfo::pipeId_ },
+                           Kel::Field{ "portIndex", &PortInfo::portIndex_ } );
+    }
 
   private:
     U8 devId_ = KelId::KelDevId::invalid;
@@ -42,6 +50,7 @@ class SystemStatus : public Kel::Entity {
     bool portInfoHas( Kel::IntfId intfId ) const { return portInfo_.has( intfId ); }
     void portInfoIs( Kel::IntfId intfId, const PortInfo & info ) { portInfo_.set( intfId, info ); }
     void portInfoDel( Kel::IntfId intfId ) { portInfo_.erase( intfId ); }
+    void portInfoDelAll() { portInfo_.eraseAll(); }
 
     const PortToIntfId & portToIntfId() const { return portToIntfId_; }
     // The empty name when no interface has the port.
@@ -51,6 +60,7 @@ class SystemStatus : public Kel::Entity {
         portToIntfId_.set( port, intfId );
     }
     void portToIntfIdDel( KelPortTypes::PortIndex port ) { portToIntfId_.erase( port ); }
+    void portToIntfIdDelAll() { portToIntfId_.eraseAll(); }
 
   private:
     PortInfos portInfo_{ *this, portInfoAttr };

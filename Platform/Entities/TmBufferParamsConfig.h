@@ -18,13 +18,13 @@ class TmBufferParamsConfig : public Kel::Entity {
     void totalCellsAvailableForIngressIs( U32 cells ) {
         attributeIs( totalCellsAvailableForIngress_, cells, totalCellsAvailableForIngressAttr );
     }
-    // Packets dropped in all egress pipes together, at or above which a buffer leak is declared. 0
-    // declares one at the first poll.
+    // A buffer leak is declared when this many packets, or more, were dropped in all egress pipes
+    // together. 0 declares one at the first poll.
     U32 leakThreshold() const { return leakThreshold_; }
     void leakThresholdIs( U32 packets ) {
         attributeIs( leakThreshold_, packets, leakThresholdAttr );
     }
-    // Seconds between two looks at the drop counters; above 0.
+    // Seconds between two polls of the drop counters; above 0.
     F64 leakPollInterval() const { return leakPollInterval_; }
     void leakPollIntervalIs( F64 seconds ) {
         attributeIs( leakPollInterval_, seconds, leakPollIntervalAttr );

@@ -16,7 +16,7 @@ void TmConfig::cosToTcIs( Cos cos, U8 trafficClass ) {
 }
 
 Kel::Ptr<TmIntfConfig> TmConfig::tmIntfConfigIs( KelPortTypes::PortIndex port ) {
-    return tmIntfConfig_.getOrInsert( port, [&] { return Kel::makePtr<TmIntfConfig>( port ); } );
+    return tmIntfConfig_.getOrInsert( port, [&] { return newTmIntfConfig( port ); } );
 }
 
 void TmConfig::tmIntfConfigIs( const Kel::Ptr<TmIntfConfig> & config ) {

@@ -17,13 +17,17 @@ class TmConfig : public Kel::Entity {
     const std::array<U8, Cos::count> & cosToTc() const { return cosToTc_; } // by class
     void cosToTcIs( Cos cos, U8 trafficClass );
 
-    // One per configured port. The first form makes one with default values unless there is one;
-    // the second inserts one that was filled before, in place of another of its port.
+    // One per configured port. newTmIntfConfig makes one with default values, which belongs to no
+    // configuration yet; tmIntfConfigIs( port ) returns the port's, or inserts a new one;
+    // tmIntfConfigIs( config ) inserts one that was filled before, replacing that of the same port.
     const TmIntfConfigs & tmIntfConfig() const { return tmIntfConfig_; }
     Kel::Ptr<TmIntfConfig> tmIntfConfig( KelPortTypes::PortIndex port ) const {
         return tmIntfConfig_.get( port );
     }
     bool tmIntfConfigHas( KelPortTypes::PortIndex port ) const { return tmIntfConfig_.has( port ); }
+    static Kel::Ptr<TmIntfConfig> newTmIntfConfig( KelPortTypes::PortIndex port ) {
+        return Kel::makePtr<TmIntfConfig>( port );
+    }
     Kel::Ptr<TmIntfConfig> tmIntfConfigIs( KelPortTypes::PortIndex port );
     void tmIntfConfigIs( const Kel::Ptr<TmIntfConfig> & config );
     void tmIntfConfigDel( KelPortTypes::PortIndex port ) { tmIntfConfig_.erase( port ); }

@@ -36,7 +36,8 @@ const char * stringValue( BlockLevelCounterType type ) {
     return type == blockLevelCounterTypeGauge ? "blockLevelCounterTypeGauge" : "unknown";
 }
 
-// Device 8 bits, pipe 16, type 8, index 32 without its place in the page: one integer names a page.
+// One integer names a page: 8 bits of device, 16 of pipe, 8 of type, and the index without its
+// place in the page.
 U64 TmCountersData::pageKey( KelDevId devId, KelPipeId pipeId, U32 index, CounterType type ) {
     return static_cast<U64>( devId.value() ) << 56U | static_cast<U64>( pipeId.value() ) << 40U |
            static_cast<U64>( type ) << 32U | index / countersOfAPage;

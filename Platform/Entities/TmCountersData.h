@@ -17,7 +17,7 @@ enum CounterType : U32 {
     counterTypeQueueUsage = 4,     // cells in use by a queue
     counterTypePpgDrops = 6,       // packets dropped in a group; grows, and is cleared by snapshot
 };
-// The member's name; "unknown" for a number that is none.
+// The member's name; "unknown" for a number without one.
 const char * stringValue( CounterType type );
 
 // Chip-wide counters of a pipe that the leak handler looks at.
@@ -43,14 +43,15 @@ using BlockLevelCounters = Kel::HashMap<BlockLevelCounterName, BlockLevelCounter
 // agent that polls the chip; a counter that was never set reads as 0.
 class TmCountersData : public Kel::Entity {
   public:
-    // `index`: a group's handle, low byte; or port within the pipe x 8 + queue number.
+    // `index`: the low byte of a group's handle, or the port number within the pipe x 8 + queue
+    // number.
     U64 getCounter( KelId::KelDevId devId, KelId::KelPipeId pipeId, U32 index,
                     CounterType type ) const;
     void setCounter( KelId::KelDevId devId, KelId::KelPipeId pipeId, U32 index, CounterType type,
                      const U64 & value );
     void counterDel( KelId::KelDevId devId, KelId::KelPipeId pipeId, U32 index, CounterType type );
 
-    // The pipe's block-level counters, or null when that pipe was never fetched. Good until the
+    // The pipe's block-level counters, or null when that pipe was never fetched. Valid until the
     // store changes.
     const BlockLevelCounters * getBlockLevelCountersByPipePtr( KelId::KelDevId devId,
                                                                KelId::KelPipeId pipeId ) const;
@@ -61,7 +62,7 @@ class TmCountersData : public Kel::Entity {
                                BlockLevelCounterName name, BlockLevelCounterType type,
                                const U64 & value );
 
-    // For the owner of the store: marks a pipe as fetched; sets a whole entry; forgets one or all.
+    // For the owner of the store: marks a pipe as fetched; sets a whole entry; removes one or all.
     void blockLevelCountersIs( KelDriver::KelDevTgt pipe );
     void blockLevelCounterIs( KelDriver::KelDevTgt pipe, BlockLevelCounterName name,
                               BlockLevelCounter counter );

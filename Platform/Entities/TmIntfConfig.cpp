@@ -5,7 +5,7 @@ namespace KelQos {
 using Kel::Ptr;
 
 Ptr<TmPpgConfig> TmIntfConfig::tmPpgConfigIs( PpgId id ) {
-    return tmPpgConfig_.getOrInsert( id, [&] { return Kel::makePtr<TmPpgConfig>( id ); } );
+    return tmPpgConfig_.getOrInsert( id, [&] { return newTmPpgConfig( id ); } );
 }
 
 void TmIntfConfig::tmPpgConfigIs( const Ptr<TmPpgConfig> & config ) {
@@ -13,7 +13,7 @@ void TmIntfConfig::tmPpgConfigIs( const Ptr<TmPpgConfig> & config ) {
 }
 
 Ptr<TmTxQueueConfig> TmIntfConfig::tmTxQueueConfigIs( TxQueueId id ) {
-    return tmTxQueueConfig_.getOrInsert( id, [&] { return Kel::makePtr<TmTxQueueConfig>( id ); } );
+    return tmTxQueueConfig_.getOrInsert( id, [&] { return newTmTxQueueConfig( id ); } );
 }
 
 void TmIntfConfig::tmTxQueueConfigIs( const Ptr<TmTxQueueConfig> & config ) {

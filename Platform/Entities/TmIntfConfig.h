@@ -21,7 +21,7 @@ class TmIntfConfig : public Kel::Entity {
 
     explicit TmIntfConfig( KelPortTypes::PortIndex portIndex ) : portIndex_( portIndex ) {}
 
-    // The port; its value is the driver's port number too.
+    // The port; its value is also the driver's port number.
     KelPortTypes::PortIndex portIndex() const { return portIndex_; }
 
     FlowControlType flowControlType() const { return flowControlType_; }
@@ -31,11 +31,15 @@ class TmIntfConfig : public Kel::Entity {
     const ShapeRate & shapeRate() const { return shapeRate_; }
     void shapeRateIs( const ShapeRate & rate ) { attributeIs( shapeRate_, rate, shapeRateAttr ); }
 
-    // Priority groups. The first form makes a group with default values unless there is one; the
-    // second inserts one that was filled before, in place of another of its id.
+    // Priority groups. newTmPpgConfig makes one with default values, which belongs to no port yet;
+    // tmPpgConfigIs( id ) returns the group, or inserts a new one; tmPpgConfigIs( config ) inserts
+    // one that was filled before, replacing that of the same id.
     const TmPpgConfigs & tmPpgConfig() const { return tmPpgConfig_; }
     Kel::Ptr<TmPpgConfig> tmPpgConfig( PpgId id ) const { return tmPpgConfig_.get( id ); }
     bool tmPpgConfigHas( PpgId id ) const { return tmPpgConfig_.has( id ); }
+    static Kel::Ptr<TmPpgConfig> newTmPpgConfig( PpgId id ) {
+        return Kel::makePtr<TmPpgConfig>( id );
+    }
     Kel::Ptr<TmPpgConfig> tmPpgConfigIs( PpgId id );
     void tmPpgConfigIs( const Kel::Ptr<TmPpgConfig> & config );
     void tmPpgConfigDel( PpgId id ) { tmPpgConfig_.erase( id ); }
@@ -47,6 +51,9 @@ class TmIntfConfig : public Kel::Entity {
         return tmTxQueueConfig_.get( id );
     }
     bool tmTxQueueConfigHas( TxQueueId id ) const { return tmTxQueueConfig_.has( id ); }
+    static Kel::Ptr<TmTxQueueConfig> newTmTxQueueConfig( TxQueueId id ) {
+        return Kel::makePtr<TmTxQueueConfig>( id );
+    }
     Kel::Ptr<TmTxQueueConfig> tmTxQueueConfigIs( TxQueueId id );
     void tmTxQueueConfigIs( const Kel::Ptr<TmTxQueueConfig> & config );
     void tmTxQueueConfigDel( TxQueueId id ) { tmTxQueueConfig_.erase( id ); }

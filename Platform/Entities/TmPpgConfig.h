@@ -29,8 +29,8 @@ class TmPpgConfig : public Kel::Entity {
     // Whether the group is lossless.
     bool pfcEnabled() const { return pfcEnabled_; }
     void pfcEnabledIs( bool enabled ) { attributeIs( pfcEnabled_, enabled, pfcEnabledAttr ); }
-    // Guaranteed minimum in cells; never TmConfigConstants::minLimitCellsInvalid() when a state
-    // machine programs it.
+    // Guaranteed minimum in cells; must not be TmConfigConstants::minLimitCellsInvalid() when a
+    // state machine programs it.
     U32 minLimitCells() const { return minLimitCells_; }
     void minLimitCellsIs( U32 cells ) { attributeIs( minLimitCells_, cells, minLimitCellsAttr ); }
     // Factor of the group's share of the ingress pool.

@@ -8,7 +8,7 @@ bool TmIntfStatus::tmPpgStatus( PpgId id ) const {
 }
 
 Kel::Ptr<TmIntfStatus> TmStatus::tmIntfStatusIs( KelPortTypes::PortIndex port ) {
-    return tmIntfStatus_.getOrInsert( port, [&] { return Kel::makePtr<TmIntfStatus>( port ); } );
+    return tmIntfStatus_.getOrInsert( port, [&] { return newTmIntfStatus( port ); } );
 }
 
 } // namespace KelQos

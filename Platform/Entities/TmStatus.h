@@ -40,8 +40,14 @@ class TmStatus : public Kel::Entity {
     Kel::Ptr<TmIntfStatus> tmIntfStatus( KelPortTypes::PortIndex port ) const {
         return tmIntfStatus_.get( port );
     }
+    bool tmIntfStatusHas( KelPortTypes::PortIndex port ) const { return tmIntfStatus_.has( port ); }
     // Makes the port's status unless there is one, and returns it.
     Kel::Ptr<TmIntfStatus> tmIntfStatusIs( KelPortTypes::PortIndex port );
+    static Kel::Ptr<TmIntfStatus> newTmIntfStatus( KelPortTypes::PortIndex port ) {
+        return Kel::makePtr<TmIntfStatus>( port );
+    }
+    void tmIntfStatusDel( KelPortTypes::PortIndex port ) { tmIntfStatus_.erase( port ); }
+    void tmIntfStatusDelAll() { tmIntfStatus_.eraseAll(); }
 
   private:
     TmIntfStatuses tmIntfStatus_{ *this, tmIntfStatusAttr };

@@ -26,7 +26,7 @@ class TmTxQueueConfig : public Kel::Entity {
     // Class of service whose PFC frames pause the queue, 0 to 7; negative when none is configured.
     S8 pfcCos() const { return pfcCos_; }
     void pfcCosIs( S8 cos ) { attributeIs( pfcCos_, cos, pfcCosAttr ); }
-    // Guaranteed cells; never TmConfigConstants::minLimitCellsInvalid() when a state machine
+    // Guaranteed cells; must not be TmConfigConstants::minLimitCellsInvalid() when a state machine
     // programs it.
     U32 minLimitCells() const { return minLimitCells_; }
     void minLimitCellsIs( U32 cells ) { attributeIs( minLimitCells_, cells, minLimitCellsAttr ); }

@@ -7,9 +7,9 @@
 
 namespace Kel {
 
-// Owns the time of the process and its orderly end. The host makes one before anything that tells
-// the time and drops it last; there is at most one at a time. The host's event loop moves time with
-// advanceTo; a test or a scenario does the same with the times it likes.
+// Owns the time of the process and its orderly exit. The host creates one before anything that
+// needs the time, and destroys it last; there is at most one at a time. The host's event loop moves
+// time with advanceTo; a test or a scenario does the same with times of its own.
 class ActivityManager {
   public:
     class Config {
@@ -32,12 +32,12 @@ class ActivityManager {
     void advanceTo( F64 time ) { scheduler_.advanceTo( time ); }
 
     // What the host does for an orderly exit: close what is open, and end the process with the
-    // status (or leave by other means that do not return).
+    // status (or leave in another way that does not return).
     void exitHandlerIs( std::function<void( int status )> handler ) {
         exitHandler_ = std::move( handler );
     }
     // Ends the process in an orderly way. Does not return: nothing else happens on behalf of the
-    // library after it. Without a handler, or when the handler comes back, it is std::exit.
+    // library after it. Without a handler, or if the handler returns, it calls std::exit.
     [[noreturn]] void exit( int status );
 
   private:

@@ -12,14 +12,14 @@ namespace Kel {
 void reportFailed( const char * expression, const char * message );
 
 // Installs what the host wants done right before the process aborts on a failed assertion (it
-// writes the ring-buffer trace to standard error). The hook runs at most once, also when it fails
-// an assertion itself. Null removes it.
+// writes the ring-buffer trace to standard error). The hook runs at most once, even if it fails an
+// assertion itself. Null removes it.
 void abortHookIs( void ( *hook )() );
 
 } // namespace Kel
 
-// Stays on in every build type: what it guards must hold, or the chip would be left in a state that
-// nobody planned.
+// Stays on in every build type: if what it guards does not hold, going on would leave the chip in a
+// state that nobody planned.
 #define KEL_ASSERT( ... )                                                                          \
     ( ( __VA_ARGS__ )                                                                              \
           ? static_cast<void>( 0 )                                                                 \

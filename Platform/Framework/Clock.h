@@ -27,15 +27,15 @@ class TimeSource : public Entity {
     F64 offset_;
 };
 
-// A clock on the process's scheduler, on that scale or on one that is shifted against it.
+// A clock on the process's scheduler, on the same scale, or shifted by an offset.
 class Clock : public TimeSource {
   public:
     // `offset`: what this clock shows at the scheduler's time 0, in seconds.
     explicit Clock( Scheduler & scheduler, F64 offset = 0.0 ) : TimeSource( scheduler, offset ) {}
 };
 
-// A face of a clock for many reactors with due times of their own. The creation parameters tune an
-// implementation that sorts timers into slots; they never change when a timer fires.
+// A view of a clock for many reactors, each with its own due time. The creation parameters are for
+// tuning an implementation that sorts timers into slots; they never change when a timer fires.
 class TimerWheel : public TimeSource {
   public:
     // `slotWidth` and `horizon` in milliseconds; `shared`: whether its owner shares it among many
@@ -72,8 +72,8 @@ inline Ptr<TimerWheel> TimerWheelIs( Ptr<const Clock> clock, U32 slotWidth, U32 
 }
 
 // A reactor on a Clock or a TimerWheel: onAttribute( timeMinAttr ) is called once when the source's
-// time reaches timeMin. While the notification switch is off an expiry is kept, and delivered at
-// the first service after it is switched on.
+// time reaches timeMin. While the notification switch is off an expiry is kept, and delivered when
+// timers are next served after it is switched on.
 template <class Source>
 class TimedNotifiee : public NotifieeOf<Source>, private Timer {
   public:
@@ -95,7 +95,7 @@ class TimedNotifiee : public NotifieeOf<Source>, private Timer {
             resume();
         }
     }
-    // Leaving a source stops the timer. The new one must be a face of the same scheduler.
+    // Leaving a source stops the timer. The new source must be on the same scheduler.
     void notifierIs( Ptr<const Source> source ) override {
         KEL_ASSERT( !source || &source->scheduler() == &scheduler() );
         if ( source.get() != this->notifier() ) {

@@ -11,9 +11,9 @@
 namespace Kel {
 
 // A collection attribute whose members are entities: makes the owner their parent while they are in
-// it, and tells of every member that comes or goes, upwards and to the owner's notifiees. Handlers
-// that are told may change the collection again; a loop over it stays valid (see HashMap) while the
-// owner lives.
+// it, and tells of every member that is added or removed, upwards and to the owner's notifiees.
+// Handlers that are told may change the collection again; a loop over it stays valid (see HashMap)
+// while the owner lives.
 template <class Key, class Member>
 class MemberCollection {
   public:
@@ -37,8 +37,8 @@ class MemberCollection {
         return member ? *member : Ptr<Member>();
     }
 
-    // Inserts a member that was made and filled before; one that stands under the key already is
-    // replaced, in its place. Nothing happens when it is this very member. Throws
+    // Inserts a member that was created and filled before; a member that is already under the key
+    // is replaced, in its place. Does nothing if it is the same member. Throws
     // NullArgumentException for null, and ParentException for an entity that has a parent: a member
     // of another collection, or of this one under another key.
     void insert( Key key, const Ptr<Member> & member ) {
@@ -62,7 +62,7 @@ class MemberCollection {
         owner_.notify( id_, &key );
     }
 
-    // The member under the key; one that `make` returns is inserted first when there is none.
+    // The member under the key; if there is none, what `make` returns is inserted first.
     template <class Make>
     Ptr<Member> getOrInsert( const Key & key, Make && make ) {
         Ptr<Member> member = get( key );
@@ -109,7 +109,7 @@ class ValueCollection {
     std::nullptr_t end() const { return nullptr; }
 
     bool has( const Key & key ) const { return values_.contains( key ); }
-    // The value under the key, or null; good until the collection changes.
+    // The value under the key, or null; valid until the collection changes.
     const Value * find( const Key & key ) const { return values_.find( key ); }
 
     void set( Key key, const Value & value ) {

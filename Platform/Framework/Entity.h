@@ -5,7 +5,7 @@
 
 namespace Kel {
 
-// Names an attribute of an entity type in notifications; every entity type enumerates its own.
+// Identifies an attribute of an entity type in notifications; every entity type enumerates its own.
 using AttributeId = U16;
 
 class ChangeObserver;
@@ -17,28 +17,30 @@ class Notifiee;
 //
 // A change is told in two ways, both synchronous. First upwards: every ancestor's change observers
 // learn which of its members the change lies below, whatever the notification switches say. Then to
-// the notifiees of this entity, in the order in which they registered: those registered when
-// delivery starts, less those that leave before their turn. The entity lives until all are told. An
-// exception that a handler throws ends the delivery and leaves the setter; the value stays set.
+// the notifiees of this entity, in the order in which they registered: those that were registered
+// when delivery started, except those that leave before their turn. The entity stays alive until
+// all have been told. An exception that a handler throws ends the delivery and passes through the
+// setter; the value stays set.
 class Entity : public Counted {
   public:
-    // The entity that holds this one, or null. Not a counted reference: the parent counts its
-    // members. The link is cleared when a collection lets this one go, and by the parent's end.
+    // The entity that holds this one, or null. Not a counted reference: the parent holds its
+    // members. The link is cleared when a collection removes this entity, and when the parent is
+    // destroyed.
     Entity * parent() const { return parent_; }
     // Collections do this for their members. Throws ParentException when there is another parent
     // already, or when `parent` is this entity or lies below it; null detaches.
     void parentIs( Entity * parent );
 
-    // Whether changes of what lies below this entity reach its change observers. A state store
-    // whose entities have no link to their parent answers false; whoever derives something from a
-    // whole subtree then walks it every time.
+    // Whether changes below this entity reach its change observers; the answer must not change.
+    // False in a state store whose entities have no link to their parent; what is derived from a
+    // whole subtree then takes a walk every time.
     virtual bool tellsChangesBelow() const { return true; }
 
   protected:
     Entity() = default;
     ~Entity() override;
 
-    // The one way an attribute is set: compares, stores and, if the value changed, tells. Returns
+    // The only way to set an attribute: compares, stores and, if the value changed, tells. Returns
     // whether it changed.
     template <class T>
     bool attributeIs( T & attribute, const T & value, AttributeId id ) {
@@ -50,7 +52,7 @@ class Entity : public Counted {
         return true;
     }
 
-    // Tells that an attribute changed; `key` points to the key of the member that was added,
+    // Reports that an attribute changed; `key` points to the key of the member that was added,
     // changed or removed when the attribute is a collection.
     void attributeChanged( AttributeId id, const void * key = nullptr ) const {
         if ( parent_ ) {
@@ -62,6 +64,8 @@ class Entity : public Counted {
     }
 
     void notify( AttributeId id, const void * key ) const;
+    // Whether telling of a change has anybody to reach.
+    bool isWatched() const { return firstNotifiee_ || parent_; }
     // Tells all ancestors' observers that something at or below this entity changed.
     void tellAbove() const;
 
@@ -107,8 +111,8 @@ class ChangeObserver {
     const Ptr<const Entity> & root() const { return root_; }
 
     // Something at or below `member`, a direct member of the root, was added, changed or removed.
-    // To be noted, not acted upon: the change is not delivered yet, and no observer may come or go
-    // here.
+    // Only to be noted, not acted upon: the change has not been delivered yet, and no observer may
+    // be added or removed here.
     virtual void memberChanged( const Entity & member ) = 0;
 
   protected:

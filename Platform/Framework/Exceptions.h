@@ -4,7 +4,7 @@
 
 namespace Kel {
 
-// Refused input. Whoever throws one of these has changed nothing.
+// Refused input. A function that throws one of these has changed nothing.
 class Exception : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
@@ -22,13 +22,13 @@ class NullArgumentException : public Exception {
     using Exception::Exception;
 };
 
-// A text is not the text form of the value that it was to be read as.
+// A text is not a text form of the value that was to be read from it.
 class ParseException : public Exception {
   public:
     using Exception::Exception;
 };
 
-// A key already holds a member that was built from other arguments.
+// A key already holds a member that was built from different arguments.
 class ReinstantiationException : public Exception {
   public:
     using Exception::Exception;

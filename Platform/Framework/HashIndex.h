@@ -25,9 +25,10 @@ struct Hash {
     }
 };
 
-// Finds places in somebody's array by the hashes of what lies there; whether it is the thing looked
-// for, and what the hash of a place is, the caller says. Open addressing with linear probing, at
-// most half full; as long as there are few places its buckets lie in the index itself.
+// Finds places in an array of the caller's by the hashes of what is stored there. The caller says
+// what the hash of a place is, and whether a place holds what is looked for. Open addressing with
+// linear probing, at most half full; as long as there are few places, the buckets are inside the
+// index itself.
 class HashIndex {
     // Calls f with the buckets in use.
     template <class Self, class F>
@@ -60,7 +61,7 @@ class HashIndex {
     // How many places fit.
     std::size_t room() const { return isForFew() ? few : buckets_.size() / 2; }
 
-    // Empties it, for a few places or for so many more than that.
+    // Empties it, and makes room for a few places, or for the given number, which is larger.
     void resetForFew() {
         buckets_.clear();
         fewBuckets_ = {};
@@ -93,8 +94,8 @@ class HashIndex {
         } );
     }
 
-    // Frees the bucket of a place that is there, and moves later ones of its run forward, so that
-    // look-ups need no markers. hashOf( place ) is the hash of one of those.
+    // Frees the bucket of a place that is in the index, and moves later buckets of its run forward,
+    // so that look-ups need no tombstones. hashOf( place ) is the hash of a place.
     template <class HashOf>
     void erase( U32 place, const HashOf & hashOf ) {
         withBuckets( *this, [&]( auto & buckets ) {
@@ -116,7 +117,7 @@ class HashIndex {
     }
 
   private:
-    // Place + 1; 0: free. The first are in use while there are none of the second.
+    // Place + 1; 0: free. fewBuckets_ is in use as long as buckets_ is empty.
     std::array<U8, 2 * few> fewBuckets_{};
     std::vector<U32> buckets_;
 };

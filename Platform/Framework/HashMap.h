@@ -12,11 +12,12 @@
 
 namespace Kel {
 
-// A hash map that iterates in insertion order; a key that is inserted again goes to the end.
+// A hash map that iterates in insertion order; a key that is removed and inserted again goes to the
+// end.
 //
 // A loop over the map stays valid whatever its body does to it, short of destroying it: it visits
-// the entries that were there when it began, less those that are removed before their turn, and so
-// ends even when its body puts back what it takes out. The loop variable is a copy of the entry.
+// the entries that were there when it began, except those that are removed before their turn, so it
+// ends even if its body puts back what it takes out. The loop variable is a copy of the entry.
 //
 // The entries lie in one array in the order of their insertion, and an index finds them there. A
 // removed entry leaves a gap in the array, which a later insertion squeezes out when no walk is
@@ -47,7 +48,7 @@ class HashMap {
         Iterator & operator=( const Iterator & ) = delete;
         ~Iterator() { --map_.walks_; }
 
-        // To be asked for before the loop's body removes the entry.
+        // Must be read before the loop's body removes the entry.
         Entry operator*() const {
             const Slot & slot = map_.slots_[position_];
             return { slot.key, slot.value };
@@ -96,7 +97,7 @@ class HashMap {
         }
     }
 
-    // The value under the key, or null. The address is good until the map changes.
+    // The value under the key, or null. The address is valid until the map changes.
     const Value * find( const Key & key ) const {
         const U32 position = positionOf( key );
         return position == HashIndex::absent ? nullptr : &slots_[position].value;
@@ -147,7 +148,7 @@ class HashMap {
     }
     bool erase( const Key & key ) { return take( key ).has_value(); }
 
-    // Removes all entries, those that destructors of removed values insert meanwhile included.
+    // Removes all entries, including those that destructors of removed values insert meanwhile.
     void clear() {
         while ( size_ != 0 ) {
             for ( std::size_t i = 0; i < slots_.size(); ++i ) {
@@ -166,8 +167,8 @@ class HashMap {
     }
     std::size_t hashOf( U32 position ) const { return Hash<Key>()( slots_[position].key ); }
 
-    // Makes the array and the index fit for one more entry. Positions change only when no walk is
-    // under way.
+    // Makes room in the array and in the index for one more entry. Positions change only when no
+    // walk is under way.
     void makeRoom() {
         constexpr std::size_t few = HashIndex::few;
         if ( index_.isForFew() && slots_.size() < few ) {

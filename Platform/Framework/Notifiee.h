@@ -23,14 +23,15 @@ class Notifiee : public Counted {
     bool hasNotificationActive() const { return active_; }
     virtual void hasNotificationActiveIs( bool on ) { active_ = on; }
 
-    // A zombie calls no handler any more: its owner is being torn down.
+    // A zombie no longer calls handlers: its owner is being torn down.
     bool isZombie() const { return zombie_; }
-    void zombieIs( bool zombie ) { zombie_ = zombie; }
-    // True once nothing that this reactor does can matter any more.
+    virtual void zombieIs( bool zombie ) { zombie_ = zombie; }
+    // True once nothing that this reactor does matters any more.
     bool isMarkedForDeletion() const { return zombie_ || isBeingDestroyed(); }
 
-    // Whether it is among those that the notifier tells. It joins at the end of their line, and is
-    // not called any more from the moment it leaves. Without a notifier there is no line to join.
+    // Whether the notifier tells this reactor of changes. It registers behind those already
+    // registered, and is no longer called from the moment it leaves. Does nothing without a
+    // notifier.
     bool isRegisteredNotifiee() const { return registered_; }
     void isRegisteredNotifieeIs( bool registered );
 

@@ -15,15 +15,15 @@
 namespace Kel {
 
 // Memory blocks of one size, cut from slabs: handing one out costs a few instructions, and blocks
-// asked for one after the other lie side by side. The slabs are released when no block is in use.
-// For one thread.
+// taken one after the other lie side by side. The slabs are released when no block is in use. For
+// one thread.
 class Pool {
   public:
     constexpr Pool() = default;
     Pool( const Pool & ) = delete;
     Pool & operator=( const Pool & ) = delete;
 
-    // A block of `size` bytes, which must be the same at every call, a multiple of the pointer's
+    // A block of `size` bytes, which must be the same in every call, a multiple of a pointer's
     // size, and not 0. Throws std::bad_alloc.
     void * take( std::size_t size ) {
         if ( !free_ ) {
@@ -43,7 +43,7 @@ class Pool {
     struct Link {
         Link * next;
     };
-    // The blocks of a slab follow its link, aligned as those of the heap are.
+    // The blocks of a slab follow its link, aligned like blocks of the heap.
     struct alignas( std::max_align_t ) Slab : Link {};
     static constexpr std::size_t blocksOfASlab = 64;
 
@@ -55,9 +55,9 @@ class Pool {
     std::size_t used_ = 0;
 };
 
-// Base of a class whose objects come by the thousand: they lie in a pool of that class. Those of
-// classes derived from it lie on the heap, and so does everything under the address sanitizer,
-// which can only watch over what is freed one by one.
+// Base of a class of which there are thousands of objects: they live in a pool of that class.
+// Objects of classes derived from it live on the heap, and under the address sanitizer all of them
+// do, because it can only watch memory that is freed one by one.
 template <class T>
 class Pooled {
 #if !KEL_ADDRESS_SANITIZER

@@ -12,14 +12,14 @@
 namespace Kel {
 
 // The process-wide switch that makes reference counting atomic. Off by default: all users of the
-// framework run on one thread and plain increments cost nothing. To be set before a second thread
-// sees its first entity.
+// framework run on one thread, and plain increments cost next to nothing. Set it before a second
+// thread sees its first entity.
 bool refCountAtomic() noexcept;
 void refCountAtomicIs( bool atomic ) noexcept;
 
-// All ones while counting is plain, 0 while it is atomic. It masks the address of an object: then
-// one test tells whether there is an object and whether to count plainly. References come and go
-// so often that a second one is felt.
+// All ones while counting is plain, 0 while it is atomic. It masks the address of an object, so
+// that one test tells both whether there is an object and whether to count plainly. References come
+// and go so often that a second test would be noticeable.
 extern std::uintptr_t plainCountMask;
 
 // Base of everything that is held by Ptr. The count starts at one, which belongs to makePtr, so an
@@ -30,7 +30,7 @@ class Counted {
     Counted & operator=( const Counted & ) = delete;
 
     // The number of references; negative from the moment the last one is gone until the memory is
-    // released, so that whoever is still reachable by then can tell.
+    // released, so that code which can still reach the object can tell.
     S32 refCount() const noexcept {
         return std::atomic_ref( refCount_ ).load( std::memory_order_relaxed );
     }
@@ -100,13 +100,13 @@ class Ptr {
     T & operator*() const noexcept { return *object_; }
     explicit operator bool() const noexcept { return object_ != nullptr; }
 
-    // Takes over the count that a fresh object is born with.
+    // Takes over the reference that a new object starts with.
     static Ptr adopt( T * object ) noexcept {
         Ptr ptr;
         ptr.object_ = object;
         return ptr;
     }
-    // Gives the reference away without giving up the count.
+    // Gives the reference away, and leaves the count as it is.
     T * detach() noexcept { return std::exchange( object_, nullptr ); }
 
     friend bool operator==( const Ptr & a, const Ptr & b ) noexcept = default;

@@ -8,7 +8,7 @@
 namespace Kel {
 
 // A map that iterates in ascending key order. Inserting a key that is already there is a
-// programming error; whoever wants to replace looks first.
+// programming error; insertOrAssign replaces.
 template <class Key, class Value>
 class RbTreeMap {
   public:

@@ -50,7 +50,7 @@ void Scheduler::insertNext( Timer & timer ) {
     linkNext( timer, link );
 }
 
-// Puts it among the next timers at a place of their list.
+// Puts it into the list of next timers, at the given place.
 void Scheduler::linkNext( Timer & timer, Timer ** link ) {
     timer.tick_ = Timer::next;
     timer.link_ = link;
@@ -78,8 +78,8 @@ void Scheduler::remove( Timer & timer ) {
     }
 }
 
-// The first slot that may have timers. Lower levels come first: what differs from the present tick
-// in a low digit only is earlier.
+// The first slot that may have timers. Lower levels come first: a tick that differs from the
+// present one only in a low digit is earlier.
 bool Scheduler::firstSlot( Slot & slot ) const {
     for ( U32 level = 0; level < levels; ++level ) {
         if ( const U64 occupied = levels_[level].occupied ) {
@@ -119,8 +119,8 @@ U32 Scheduler::distribute( const Slot & slot, Timer *& present ) {
     return count;
 }
 
-// With an empty list of next timers: moves on to the next slot, unless that begins after the tick
-// `last`. Returns whether it did.
+// When the list of next timers is empty: moves on to the next slot, unless that begins after the
+// tick `last`. Returns whether it did.
 bool Scheduler::reachSlot( U64 last ) {
     Slot slot;
     if ( !firstSlot( slot ) || startOf( slot ) > last ) {
@@ -131,7 +131,7 @@ bool Scheduler::reachSlot( U64 last ) {
     Timer * const first = level.first[slot.number];
     if ( first && !first->following_ && first->tick_ <= last &&
          first->tick_ == tickOf( first->due_ ) ) {
-        // Alone, it need not go from level to level.
+        // A timer that is alone need not go down level by level.
         tick_ = first->tick_;
         level.first[slot.number] = nullptr;
         level.occupied &= ~( U64{ 1 } << slot.number );
@@ -144,7 +144,7 @@ bool Scheduler::reachSlot( U64 last ) {
     return true;
 }
 
-// Makes some timers, chained up in any order, the list of next ones, which is empty.
+// Fills the list of next timers, which is empty, with timers that are chained up in any order.
 void Scheduler::sortNext( Timer * timers, U32 count ) {
     next_ = count == 0 ? nullptr : sorted( timers, count );
     nextEnd_ = &next_;
@@ -156,7 +156,7 @@ void Scheduler::sortNext( Timer * timers, U32 count ) {
     }
 }
 
-// Takes that many timers, at least one, off the front of a chain and sorts them by merging.
+// Takes `count` timers, at least one, off the front of a chain, and sorts them by merging.
 Timer * Scheduler::sorted( Timer *& chain, U32 count ) {
     if ( count == 1 ) {
         Timer * const timer = std::exchange( chain, chain->following_ );
@@ -181,7 +181,7 @@ F64 Scheduler::nextDue() {
     Slot slot;
     while ( !next_ && firstSlot( slot ) ) {
         Timer * none = nullptr;
-        distribute( slot, none ); // those that were cancelled or moved leave
+        distribute( slot, none ); // drops or moves those that were cancelled or armed again
         F64 least = never;
         for ( const Timer * timer = levels_[slot.level].first[slot.number]; timer;
               timer = timer->following_ ) {
@@ -211,7 +211,7 @@ void Scheduler::advanceTo( F64 time ) {
     }
 }
 
-// The first of the next timers.
+// Fires the first of the next timers.
 void Scheduler::fire( Timer & timer ) {
     now_ = std::max( now_, timer.due_ );
     timer.tick_ = Timer::idle;
@@ -219,7 +219,7 @@ void Scheduler::fire( Timer & timer ) {
     ( next_ ? next_->link_ : nextEnd_ ) = &next_;
     const F64 due = std::exchange( timer.due_, never );
     // A handler that acts returns true, and may have destroyed the timer; one that keeps the expiry
-    // has touched nothing, the timer's order included.
+    // has touched nothing, not even the timer's order.
     if ( !timer.handleExpiry() ) {
         timer.due_ = due;
         timer.tick_ = Timer::kept;

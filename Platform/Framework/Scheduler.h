@@ -15,7 +15,7 @@ inline constexpr F64 never = std::numeric_limits<F64>::infinity();
 
 class Scheduler;
 
-// Something that is due at a time. Arming, re-arming and cancelling never allocate.
+// Something that falls due at some time. Arming, re-arming and cancelling never allocate.
 class Timer {
   public:
     // The scheduler must outlive the timer.
@@ -25,8 +25,8 @@ class Timer {
 
     // When it is due, in seconds on the scheduler's scale; `never` when it is not armed.
     F64 due() const { return due_; }
-    // Arms, moves or (with `never`) cancels it. Setting the due time that it has changes nothing,
-    // its place among the timers due at the same time included.
+    // Arms, moves or (with `never`) cancels it. Setting the due time that it already has changes
+    // nothing, not even its place among the timers due at the same time.
     void dueIs( F64 due );
     // The same as setting `never`.
     void cancel();
@@ -43,12 +43,12 @@ class Timer {
   private:
     friend class Scheduler;
 
-    // What tick_ holds, beyond all ticks, while the timer is in no slot of the wheel.
+    // The values of tick_, beyond all real ticks, while the timer is in no slot of the wheel.
     static constexpr U64 idle = ~U64{ 0 };
     static constexpr U64 kept = idle - 1;
     static constexpr U64 next = idle - 2; // among the scheduler's next ones
 
-    // In a list of the scheduler's.
+    // Whether it is in one of the scheduler's lists.
     bool isLinked() const { return tick_ <= next; }
     bool before( const Timer & other ) const {
         return due_ < other.due_ || ( due_ == other.due_ && order_ < other.order_ );
@@ -57,7 +57,7 @@ class Timer {
     Scheduler & scheduler_;
     F64 due_ = never;
     U64 order_ = 0;
-    U64 tick_ = idle; // by which its slot is looked at
+    U64 tick_ = idle; // its slot is looked at by then
     Timer * following_ = nullptr;
     Timer ** link_ = nullptr; // what points to this timer in its list
 };
@@ -84,10 +84,10 @@ class Scheduler {
     F64 now() const { return now_; }
     // When the next timer is due, or `never`.
     F64 nextDue();
-    // Fires every timer that is due at or before `time`, those armed meanwhile included, in order,
-    // with now at exactly the due time (at the present time when that lies in the past), and then
-    // moves now to `time`. A time before now counts as now. An exception that leaves a handler
-    // leaves here too; the timers behind it fire at the next call.
+    // Fires, in order, every timer that is due at or before `time`, including those armed
+    // meanwhile, each with now at exactly its due time (at the present time, if that lies in the
+    // past). Then moves now to `time`. A time before now counts as now. An exception that leaves a
+    // handler leaves this function too; the remaining timers fire at the next call.
     void advanceTo( F64 time );
 
   private:
@@ -117,7 +117,7 @@ class Scheduler {
 
     static U64 tickOf( F64 due ) {
         const F64 tick = std::clamp( due * ticksPerSecond, 0.0, static_cast<F64>( lastTick ) );
-        return static_cast<U64>( static_cast<S64>( tick ) ); // one instruction, unlike to U64
+        return static_cast<U64>( static_cast<S64>( tick ) ); // cheaper than straight to U64
     }
 
     void insert( Timer & timer, U64 tick );
@@ -136,7 +136,7 @@ class Scheduler {
     U64 nextOrder_ = 0;
     U64 tick_ = 0; // no slot holds a timer of this tick or an earlier one
     Timer * next_ = nullptr;
-    Timer ** nextEnd_ = &next_; // where one that fires after all in the list is linked
+    Timer ** nextEnd_ = &next_; // where a timer that fires after all of them is linked
     Place nextLast_{ 0.0, 0 };  // none in the list fires after this
     std::size_t timers_ = 0;
     std::array<Level, levels> levels_;
@@ -150,7 +150,7 @@ inline void Timer::cancel() {
 }
 
 inline void Timer::dueIs( F64 due ) {
-    KEL_ASSERT( due == due ); // not a number has no place in any order
+    KEL_ASSERT( due == due ); // NaN has no place in any order
     if ( due == due_ ) {
         return;
     }

@@ -43,7 +43,7 @@ void parseNumber( const char *& cursor, const char * end, T & value, std::string
 
 constexpr std::string_view hexDigits = "0123456789abcdef";
 
-// The character behind a backslash that stands for each control character with a short form.
+// The characters with a short escape, and the letter that stands for each behind a backslash.
 constexpr std::array<std::pair<char, char>, 5> shortEscapes{
     { { '\n', 'n' }, { '\r', 'r' }, { '\t', 't' }, { '\'', '\'' }, { '\\', '\\' } } };
 
@@ -65,7 +65,7 @@ void appendEscaped( std::string & text, char c ) {
     }
 }
 
-// Reads what stands behind a backslash; false when it is no escape.
+// Reads what follows a backslash; false if that is not an escape.
 bool takeEscape( const char *& cursor, const char * end, std::string & text ) {
     if ( cursor == end ) {
         return false;

@@ -36,9 +36,9 @@ requires std::is_enum_v<T> && requires( T value ) {
 }
 std::string valueToStrep( T value ) { return stringValue( value ); }
 
-// Reading: takes the text form at `cursor`, of a text that ends before `end`, and moves the cursor
-// behind it. Throws ParseException, which says what was expected and what stands there, and then
-// leaves cursor and value as they were.
+// Reading: takes the text form at `cursor`, in a text that ends before `end`, and moves the cursor
+// behind it. Throws ParseException, which says what was expected and what was found; cursor and
+// value are then left as they were.
 void strepToValue( const char *& cursor, const char * end, U8 & value );
 void strepToValue( const char *& cursor, const char * end, U16 & value );
 void strepToValue( const char *& cursor, const char * end, U32 & value );

@@ -23,7 +23,7 @@ T taken( const U8 *& from ) {
 
 template <typename Out, typename T>
 void putNumber( Out & out, T value ) {
-    std::array<char, 32> buffer; // the longest shortest double has 24 characters
+    std::array<char, 32> buffer; // the shortest form of a double has at most 24 characters
     const auto result = std::to_chars( buffer.data(), buffer.data() + buffer.size(), value );
     out.append( std::string_view( buffer.data(), result.ptr ) );
 }

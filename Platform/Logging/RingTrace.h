@@ -114,9 +114,9 @@ struct RingTraceField<
     }
 };
 
-// Records in a piece of memory, the oldest given up for the newest. A record is its size (16 bits),
-// the address of its format characters and the fields. Records do not straddle the end of the
-// memory: what is left there is skipped.
+// Records in a piece of memory, the oldest overwritten by the newest. A record is its size (16
+// bits), the address of its format characters, and the fields. Records do not straddle the end of
+// the memory: what is left there is skipped.
 class RingTrace {
   public:
     // The memory must outlive the ring; its size is a power of two (asserted). A record of more
@@ -144,22 +144,22 @@ class RingTrace {
         head_ += size;
     }
 
-    // The records as text, oldest first, one a line: "NUMBER TEXT", the number counting all records
-    // since the ring was cleared from 1. Arguments follow one another as they are, but a value
-    // right behind a value is set off by a blank; a text that was cut ends in "...".
+    // The records as text, oldest first, one per line: "NUMBER TEXT", where NUMBER counts all
+    // records since the ring was cleared, from 1. Arguments follow each other directly, but a blank
+    // separates two values in a row; a text that was cut ends in "...".
     std::string text() const;
-    // The same, written to a descriptor, without allocation. Gives up when writing fails.
+    // The same, written to a descriptor, without allocating. Gives up when writing fails.
     void write( int fd ) const;
     void clear();
 
   private:
     static constexpr std::size_t headerSize = sizeof( U16 ) + sizeof( const char * );
 
-    // Makes room for a record at the head; afterwards head_ is the position of the result.
+    // Makes room for a record at the head; afterwards head_ is the position of what it returns.
     U8 * reserved( std::size_t size );
     void dropOldest();
     std::size_t offset( U64 position ) const { return position & ( memory_.size() - 1 ); }
-    // Bytes to skip to the next record from a position in front of it.
+    // The bytes of padding between a position and the next record.
     std::size_t padding( U64 position ) const;
     U16 recordSize( std::size_t offset ) const;
     template <typename Out>
@@ -182,7 +182,7 @@ void ringTrace( Args &&... args ) {
 }
 
 inline std::string ringTraceText() { return ringTraceOfProcess.text(); }
-// Fit for the hook that runs when the process aborts.
+// Safe to call from the hook that runs when the process aborts.
 inline void ringTraceWrite( int fd ) { ringTraceOfProcess.write( fd ); }
 inline void ringTraceClear() { ringTraceOfProcess.clear(); }
 

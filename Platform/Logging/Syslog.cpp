@@ -102,7 +102,7 @@ U64 logArgsHash( std::span<const std::string> texts ) {
     Fnv1a hash;
     for ( const std::string & text : texts ) {
         hash.add( text );
-        hash.add( std::string_view( "\0", 1 ) ); // a zero byte, so that a text has an end
+        hash.add( std::string_view( "\0", 1 ) ); // a zero byte, to mark where each text ends
     }
     return hash.value();
 }

@@ -21,7 +21,7 @@ inline constexpr const char * NoActionRequired = "No action is required.";
 inline constexpr const char * CallSupportIfPersists =
     "If the condition persists, contact technical support.";
 
-// What a message is. All texts must have static storage.
+// The definition of a message. All texts must have static storage.
 struct SyslogDefinition {
     const char * mnemonic;
     int severity; // 0 (emergency) to 7 (debug), as syslog counts
@@ -29,7 +29,7 @@ struct SyslogDefinition {
     const char * explanation;
     const char * recommendedAction;
     double minInterval = 0.0;  // seconds between two messages with one key
-    double freeMessages = 1.0; // messages of a key let through before minInterval counts
+    double freeMessages = 1.0; // messages of a key let through before minInterval applies
     U8 flags = 0;              // no flag is defined yet
     U32 rateLimitArgs = 0;     // leading arguments that, with the mnemonic, form the key
 };
@@ -57,12 +57,13 @@ class SyslogHandle {
     double freeMessages() const { return definition_.freeMessages; }
     U8 flags() const { return definition_.flags; }
     U32 rateLimitArgs() const { return definition_.rateLimitArgs; }
-    // The same for handles of one mnemonic, also in another process.
+    // Made of the mnemonic alone, so it is the same in every process.
     U64 idHash() const { return idHash_; }
 
-    // Whether a message with this key may go out now; true counts it as sent. The first message of
-    // a key always may, the first `freeMessages` too, and later ones when at least `minInterval`
-    // seconds have passed since the last that went out. With an interval of 0 always true.
+    // Whether a message with this key may go out now; if so, it counts as sent. The first message
+    // of a key always may, and so may the first `freeMessages`; later ones may when at least
+    // `minInterval` seconds have passed since the last one that went out. Always true with an
+    // interval of 0.
     bool okToLog( U64 key );
 
   private:
@@ -79,28 +80,29 @@ class SyslogHandle {
     SyslogHandle * next_; // in the process-wide list
 };
 
-// All handles that exist, by mnemonic.
+// All handles that exist, sorted by mnemonic.
 std::vector<const SyslogHandle *> syslogHandles();
 
 // Hash of the texts of a message's key arguments; it depends on their order and boundaries.
 U64 logArgsHash( std::span<const std::string> texts );
 
-// Where messages go. The host installs it; null brings back the default, a line
+// Where messages go. The host installs it; null restores the default, which is to write a line
 // "syslog SEVERITY MNEMONIC TEXT" on standard error. The views are valid during the call only.
 using SyslogSink =
     std::function<void( int severity, std::string_view mnemonic, std::string_view text )>;
 void syslogSinkIs( SyslogSink sink );
 
-// The time in seconds by which message rates are limited. The host installs it; null brings back
-// the default, a time that stays 0.
+// The source of the time, in seconds, by which message rates are limited. The host installs it;
+// null restores the default, a time that stays 0.
 void syslogTimeSourceIs( std::function<double()> now );
 
-// What log() does, its arguments collected.
+// What log() does once its arguments are collected.
 void logMessage( SyslogHandle & handle, std::span<const SyslogArg> args );
 
 // Emits a message, unless the rate limit of its key (the handle and its first `rateLimitArgs`
-// arguments) drops it. Arguments that the format does not take in number or kind are a programming
-// error: a "Failed(" line with the mnemonic, then a failed assertion, dropped message or not.
+// arguments) drops it. Arguments that do not fit the format in number or kind are a programming
+// error, even if the message would be dropped: a "Failed(" line with the mnemonic, then a failed
+// assertion.
 template <typename... Args>
 void log( SyslogHandle & handle, const Args &... args ) {
     const std::array<SyslogArg, sizeof...( Args )> list{ SyslogArg( args )... };

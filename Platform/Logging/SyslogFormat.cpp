@@ -24,9 +24,6 @@ std::string SyslogArg::toText() const {
     if ( kind_ == Kind::text ) {
         return std::string( text_ );
     }
-    if ( kind_ == Kind::real ) {
-        return valueToStrep( real_ );
-    }
     return isSigned_ ? valueToStrep( static_cast<S64>( integer_ ) ) : valueToStrep( integer_ );
 }
 
@@ -36,8 +33,6 @@ bool SyslogFormat::accepts( Takes takes, const SyslogArg & arg ) {
         return arg.kind() == SyslogArg::Kind::integer && arg.size() <= sizeof( U32 );
     case Takes::longInteger:
         return arg.kind() == SyslogArg::Kind::integer;
-    case Takes::real:
-        return arg.kind() == SyslogArg::Kind::real;
     case Takes::text:
         return arg.kind() == SyslogArg::Kind::text;
     case Takes::nothing:
@@ -90,9 +85,6 @@ void SyslogFormat::append( std::string & message, const Conversion & conversion,
     case Takes::longInteger:
         isSigned ? appendPrinted( message, directive, static_cast<long long>( arg.integer() ) )
                  : appendPrinted( message, directive, arg.integer() );
-        break;
-    case Takes::real:
-        appendPrinted( message, directive, arg.real() );
         break;
     case Takes::text:
         appendPrinted( message, directive, std::string( arg.text() ).c_str() );

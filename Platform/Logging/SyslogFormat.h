@@ -12,11 +12,11 @@
 
 namespace Kel {
 
-// One argument of a syslog message: an integer, a floating-point number or a text. A text is not
-// copied; an argument lives only as long as the call of log() that it was made for.
+// One argument of a syslog message: an integer or a text. A text is not copied; an argument lives
+// only as long as the call of log() that it is made for.
 class SyslogArg {
   public:
-    enum class Kind : U8 { integer, real, text };
+    enum class Kind : U8 { integer, text };
 
     template <std::integral T>
     SyslogArg( T value )
@@ -24,8 +24,6 @@ class SyslogArg {
           isSigned_( std::is_signed_v<T> ),
           size_( sizeof( T ) ),
           integer_( static_cast<U64>( value ) ) {}
-    template <std::floating_point T>
-    SyslogArg( T value ) : kind_( Kind::real ), real_( static_cast<double>( value ) ) {}
     SyslogArg( std::string_view text ) : kind_( Kind::text ), text_( text ) {}
     SyslogArg( const std::string & text ) : kind_( Kind::text ), text_( text ) {}
     SyslogArg( const char * text ) : kind_( Kind::text ), text_( text ? text : "(null)" ) {}
@@ -34,7 +32,6 @@ class SyslogArg {
     // Bytes of the integer type that was given; a signed value is extended to 64 bits.
     std::size_t size() const { return size_; }
     U64 integer() const { return integer_; }
-    double real() const { return real_; }
     std::string_view text() const { return text_; }
 
     // The value as text, with the sign of its own type whatever a format would make of it.
@@ -45,15 +42,14 @@ class SyslogArg {
     bool isSigned_ = false;
     std::size_t size_ = 0;
     U64 integer_ = 0;
-    double real_ = 0.0;
     std::string_view text_;
 };
 
-// A printf-style format, taken apart when the program is compiled: one that is malformed does not
-// compile. Conversions: d i u x X o (integers of up to 32 bits; with l or ll of up to 64 bits),
-// f F e E g G (floating point), s (text), %% (a percent sign); with flags, a width and a precision
-// of at most two digits. An integer prints as printf does it, so a large unsigned 32-bit value
-// under %d is a negative number.
+// A printf-style format, parsed at compile time: one that is malformed does not compile.
+// Conversions: d i u x X o (integers of up to 32 bits; with l or ll of up to 64 bits), s (text), %%
+// (a percent sign); with flags, a width and a precision of at most two digits. An integer prints as
+// printf does it, so a large unsigned 32-bit value under %d is a negative number. None of them
+// depends on the process's locale.
 class SyslogFormat {
   public:
     consteval SyslogFormat( const char * text ) : text_( text ) {
@@ -67,13 +63,13 @@ class SyslogFormat {
     std::string_view text() const { return text_; }
     // Number of arguments that the format takes.
     std::size_t argCount() const { return argCount_; }
-    // Whether the arguments are as many and of the kinds that the format takes.
+    // Whether the arguments fit the format in number and kind.
     bool accepts( std::span<const SyslogArg> args ) const;
-    // The message. The arguments must be accepted.
+    // The message. The format must accept the arguments.
     std::string formatted( std::span<const SyslogArg> args ) const;
 
   private:
-    enum class Takes : U8 { nothing, integer, longInteger, real, text };
+    enum class Takes : U8 { nothing, integer, longInteger, text };
     struct Conversion {
         std::size_t begin = 0;        // of the percent sign
         std::size_t modifiersEnd = 0; // of flags, width and precision
@@ -83,7 +79,7 @@ class SyslogFormat {
 
     static constexpr std::size_t maxConversions = 16;
 
-    // Takes in the conversion that begins at `begin`, and returns the index of its letter. What it
+    // Parses the conversion that begins at `begin`, and returns the index of its letter. What it
     // throws ends the compilation, with its text in the compiler's message.
     constexpr std::size_t parse( std::size_t begin ) {
         std::size_t i = text_.find_first_not_of( "-+ #0", begin + 1 );
@@ -120,9 +116,6 @@ class SyslogFormat {
         constexpr auto none = std::string_view::npos;
         if ( std::string_view( "diuxXo" ).find( letter ) != none ) {
             return isLong ? Takes::longInteger : Takes::integer;
-        }
-        if ( std::string_view( "fFeEgG" ).find( letter ) != none ) {
-            return Takes::real;
         }
         if ( letter != 's' && letter != '%' ) {
             throw "unknown conversion";

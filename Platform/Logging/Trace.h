@@ -22,7 +22,7 @@ namespace Kel {
 // from static initialisation until its library is unloaded. Sources that trace under one name may
 // share a handle or have one each; levels are set for the name. Keep it in an anonymous namespace,
 // or give it hidden visibility: then a trace that is off costs one load and one branch, whereas the
-// address of an exported object is loaded first.
+// address of an exported object has to be loaded first.
 class TraceHandle {
   public:
     static constexpr U32 maxLevel = 9;
@@ -55,10 +55,10 @@ TraceHandle * traceHandle( std::string_view name );
 // The names of all handles, each once, sorted.
 std::vector<std::string> traceHandleNames();
 
-// Switches levels from a text HANDLE=LEVELS: HANDLE is a name, or * for all handles; LEVELS is *
-// for all levels, or numbers and ranges as in 0-4,7. The levels named are on afterwards, the others
-// off. Throws std::invalid_argument, with a text for the user, when the handle is unknown or the
-// text has another shape; then nothing has changed.
+// Switches levels as a text HANDLE=LEVELS says: HANDLE is a name, or * for all handles; LEVELS is *
+// for all levels, or numbers and ranges as in 0-4,7. Afterwards the levels named are on, and the
+// others off. Throws std::invalid_argument, with a text for the user, and changes nothing, if the
+// handle is unknown or the text is malformed.
 void traceLevelsIs( std::string_view setting );
 
 // Switches everything off.
@@ -77,7 +77,7 @@ struct TraceRecord {
 // "FILE:LINE FUNCTION HANDLE/LEVEL TEXT", without an end of line.
 std::string traceText( const TraceRecord & record );
 
-// Where lines go. The host installs it; null brings back the default, traceText() as a line on
+// Where lines go. The host installs it; null restores the default, traceText() as a line on
 // standard error. A sink must not throw.
 using TraceSink = std::function<void( const TraceRecord & )>;
 void traceSinkIs( TraceSink sink );
@@ -87,7 +87,7 @@ concept HasToText = requires( const T & value ) {
     { value.toText() } -> std::convertible_to<std::string_view>;
 };
 // The text form that a type's own namespace provides. The deleted function hides Kel's own forms:
-// what a trace prints must not depend on which headers came before this one.
+// what a trace prints must not depend on which headers were included before this one.
 namespace OwnStrep {
 void valueToStrep() = delete;
 template <typename T>
@@ -95,6 +95,11 @@ auto strepOf( const T & value ) -> decltype( valueToStrep( value ) ) {
     return valueToStrep( value );
 }
 } // namespace OwnStrep
+// An enumeration whose namespace names its members.
+template <typename T>
+concept HasStringValue = std::is_enum_v<T> && requires( T value ) {
+    { stringValue( value ) } -> std::convertible_to<const char *>;
+};
 template <typename T>
 concept HasStrep = requires( const T & value ) {
     { OwnStrep::strepOf( value ) } -> std::convertible_to<std::string_view>;
@@ -102,8 +107,8 @@ concept HasStrep = requires( const T & value ) {
 
 // Collects the text of a trace; its destruction hands it to the sink, line by line when the text
 // has several. Takes in texts, characters, integers (8-bit ones are numbers too), bool as 0 or 1,
-// floating-point numbers in the shortest form that reads back the same, types with toText() or
-// valueToStrep(), and other enumerations as their number.
+// floating-point numbers in the shortest form that reads back the same, enumerations as their
+// member's name (as their number when nobody names it), and types with toText() or valueToStrep().
 class TraceLine {
   public:
     TraceLine( const TraceHandle & handle, U32 level, const char * file, int line,
@@ -128,6 +133,8 @@ class TraceLine {
             appendReal( value );
         } else if constexpr ( std::is_integral_v<T> ) {
             appendInteger( value );
+        } else if constexpr ( HasStringValue<T> ) {
+            appendText( stringValue( value ) );
         } else if constexpr ( HasStrep<T> ) {
             text_.append( OwnStrep::strepOf( value ) );
         } else {

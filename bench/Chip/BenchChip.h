@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KelQos/KelSliceQosSm.h"
+#include "KelQos/Slice/KelSliceQosSm.h"
 #include "Platform/Framework/ActivityManager.h"
 
 #include <string>

@@ -4,7 +4,7 @@
 #include "Host/JsonReader.h"
 #include "Host/StateStoreDifference.h"
 #include "Host/SwitchDocumentDecoder.h"
-#include "KelQos/KelSliceQosSm.h"
+#include "KelQos/Slice/KelSliceQosSm.h"
 #include "Platform/Framework/ActivityManager.h"
 #include "bench/support/Paired.h"
 

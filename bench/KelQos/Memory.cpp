@@ -1,7 +1,7 @@
 // Bytes of a queue reactor, and of a group reactor with its poll clock.
 
-#include "KelQos/KelSliceQosSmPpg.h"
-#include "KelQos/KelSliceQosSmTxQueue.h"
+#include "KelQos/Slice/KelSliceQosSmPpg.h"
+#include "KelQos/Slice/KelSliceQosSmTxQueue.h"
 #include "bench/Chip/BenchChip.h"
 
 #include <benchmark/benchmark.h>

@@ -1,7 +1,7 @@
 // A client of the library alone: its own configuration, a driver that does nothing, no part of
 // the host program. Programs one PFC port and says what the buffer account makes of it.
 
-#include "KelQos/KelSliceQosSm.h"
+#include "KelQos/Slice/KelSliceQosSm.h"
 #include "Platform/Framework/ActivityManager.h"
 
 #include <cstdio>

@@ -1,7 +1,6 @@
 #include "Host/EventLog.h"
 
 #include "Host/AnswerFile.h"
-#include "Host/StatusLog.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -10,70 +9,26 @@
 #include <unistd.h>
 
 using namespace KelHost;
-using KelPortTypes::PortIndex;
-using KelQos::PpgId;
 
 namespace {
 
 class EventLogTest : public testing::Test {
   protected:
-    std::string text() const { return file_.text(); }
-
     Kel::ActivityManager activityManager_;
     AnswerFile file_;
     EventLog log_{ file_.fd(), activityManager_ };
 };
 
-TEST_F( EventLogTest, EveryLineBeginsWithTheTimeInThreeDecimals ) {
-    log_.event( "first" );
-    activityManager_.advanceTo( 0.1 + 0.2 );
-    log_.event( "second" );
-    log_.syslog( 6, "MNEMONIC", "Some text" );
-    activityManager_.advanceTo( 12345678.9996 );
-    log_.exit( 0 );
-    EXPECT_EQ( text(), "0.000 first\n"
-                       "0.300 second\n"
-                       "0.300 syslog 6 MNEMONIC Some text\n"
-                       "12345679.000 exit 0\n" );
-}
-
 TEST_F( EventLogTest, AnAnswerIsOneJsonStringWhateverIsInIt ) {
-    log_.reply( "" );
     log_.reply( "a \"b\"\n\tü" );
+    activityManager_.advanceTo( 12345678.9996 );
     log_.reply( "cut \xC3" );
     const std::string longAnswer( 100000, 'x' );
     log_.reply( longAnswer );
-    EXPECT_EQ( text(), "0.000 reply \"\"\n"
-                       "0.000 reply \"a \\\"b\\\"\\n\\tü\"\n"
-                       "0.000 reply \"cut \xEF\xBF\xBD\"\n"
-                       "0.000 reply \"" +
-                           longAnswer + "\"\n" );
-}
-
-TEST_F( EventLogTest, StatusWritesAreEventsUnlessTheyChangeNothing ) {
-    const StateStore store( {}, false );
-    const auto early = store.tmStatus->tmIntfStatusIs( PortIndex( 4 ) );
-    const StatusLog statusLog( log_, store );
-    early->tmPpgStatusIs( PpgId( 3 ), true );
-    early->tmPpgStatusIs( PpgId( 3 ), true );
-    const auto late = store.tmStatus->tmIntfStatusIs( PortIndex( 130 ) );
-    late->tmPpgStatusIs( PpgId( 8 ), true );
-    late->tmPpgStatusDelAll();
-    late->tmPpgStatusDel( PpgId( 8 ) );
-    KelQos::KelPfcSharedState & pfc = *store.pfcSharedState;
-    const Kel::IntfId intfId( "Ethernet1" );
-    pfc.pfcEnabledIs( intfId, KelQos::flowControlTypePfc );
-    pfc.pfcEnabledIs( intfId, KelQos::flowControlTypePfc );
-    pfc.pfcEnabledIs( intfId, KelQos::flowControlTypeLinkPause );
-    pfc.pfcEnabledIs( intfId, KelQos::flowControlTypeNone );
-    pfc.pfcEnabledDel( intfId );
-    EXPECT_EQ( text(), "0.000 status tmPpgStatus 4/3 true\n"
-                       "0.000 status tmPpgStatus 130/8 true\n"
-                       "0.000 status tmPpgStatus 130/8 deleted\n"
-                       "0.000 status pfcEnabled Ethernet1 pfc\n"
-                       "0.000 status pfcEnabled Ethernet1 linkPause\n"
-                       "0.000 status pfcEnabled Ethernet1 none\n"
-                       "0.000 status pfcEnabled Ethernet1 deleted\n" );
+    EXPECT_EQ( file_.text(), "0.000 reply \"a \\\"b\\\"\\n\\tü\"\n"
+                             "12345679.000 reply \"cut \xEF\xBF\xBD\"\n"
+                             "12345679.000 reply \"" +
+                                 longAnswer + "\"\n" );
 }
 
 class Pipe {

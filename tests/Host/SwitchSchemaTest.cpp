@@ -140,7 +140,7 @@ TEST_F( SwitchSchema, agreesWithTheDecoderOnEveryChangeOfAMember ) {
     const Json whole = Json::parse( maximal );
     Json values =
         Json::parse( R"([ null, true, "", "x", "none", [], {}, -2, -1, 0, 0.0005, 0.001, 1,
-        1.5, 3, 7, 8, 9, 10, 11, 71, 72, 127, 128, 199, 200, 255, 256, 327, 384, 455, 456, 65535,
+        1.5, 3, 4, 7, 8, 9, 10, 11, 71, 72, 127, 128, 199, 200, 255, 256, 327, 384, 455, 456, 512, 65535,
         65536, 86400, 86401, 600000001, 4294967294, 4294967295, 4294967296, 1000000000000,
         1000000000001 ])" );
     for ( const char * word :

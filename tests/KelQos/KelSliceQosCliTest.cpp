@@ -1,4 +1,4 @@
-#include "KelQos/KelSliceQosCli.h"
+#include "KelQos/Show/KelSliceQosCli.h"
 
 #include "Platform/Logging/Trace.h"
 #include "tests/support/SmallChip.h"

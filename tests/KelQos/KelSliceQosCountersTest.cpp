@@ -1,6 +1,6 @@
-#include "KelQos/KelSliceQosCounters.h"
+#include "KelQos/Show/KelSliceQosCounters.h"
 
-#include "KelQos/KelSliceQosSmCounters.h"
+#include "KelQos/Show/KelSliceQosSmCounters.h"
 #include "Platform/Framework/Exceptions.h"
 
 #include <gtest/gtest.h>

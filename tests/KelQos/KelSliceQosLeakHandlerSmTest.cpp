@@ -1,4 +1,4 @@
-#include "KelQos/KelSliceQosLeakHandlerSm.h"
+#include "KelQos/Leak/KelSliceQosLeakHandlerSm.h"
 #include "Platform/Framework/ActivityManager.h"
 #include "Platform/Framework/Exceptions.h"
 #include "Platform/Logging/RingTrace.h"

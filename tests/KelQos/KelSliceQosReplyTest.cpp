@@ -1,4 +1,4 @@
-#include "KelQos/KelSliceQosReply.h"
+#include "KelQos/Show/KelSliceQosReply.h"
 
 #include "Platform/Logging/Trace.h"
 

@@ -183,7 +183,6 @@ TEST_F( Buffers, theReportClockMayRunOnAScaleOfItsOwn ) {
 TEST( BufferAccount, equalsTheFullWalkAfterAnyChange ) {
     auto config = Kel::makePtr<TmConfig>();
     BufferAccount account;
-    account.configIs( config );
     std::mt19937 random( 42 ); // NOLINT(cert-msc51-cpp): the same changes every time
     const auto pick = [&random]( U32 n ) { return static_cast<U32>( random() % n ); };
     for ( int round = 0; round < 3000; ++round ) {
@@ -223,7 +222,8 @@ TEST( BufferAccount, equalsTheFullWalkAfterAnyChange ) {
         }
         }
         if ( pick( 3 ) == 0 ) {
-            ASSERT_EQ( account.reservation(), BufferAccount::walk( *config ) ) << round;
+            ASSERT_EQ( account.reservation( config.get() ), BufferAccount::walk( *config ) )
+                << round;
         }
     }
 }
@@ -237,11 +237,10 @@ TEST( BufferAccount, isRightOnAStoreThatCannotTell ) {
     auto intf = Kel::makePtr<TmIntfConfig>( PortIndex( 4 ) );
     config->tmIntfConfigIs( intf );
     BufferAccount account;
-    account.configIs( config );
-    EXPECT_EQ( account.reservation().headroomCells, 0U );
+    EXPECT_EQ( account.reservation( config.get() ).headroomCells, 0U );
     intf->parentIs( nullptr );
     intf->flowControlTypeIs( flowControlTypeLinkPause );
-    EXPECT_EQ( account.reservation().headroomCells, 232U );
+    EXPECT_EQ( account.reservation( config.get() ).headroomCells, 232U );
 }
 
 } // namespace

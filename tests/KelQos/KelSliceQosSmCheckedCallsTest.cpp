@@ -27,7 +27,7 @@ struct World {
 // How a checked call is made to fail, and how it is quoted then.
 struct FailingCall {
     const char * quoted;
-    const char * source; // behind KelQos/KelSliceQosSm
+    const char * source; // behind KelQos/Slice/KelSliceQosSm
     const char * function;
     std::function<void( World & )> change;
     U64 skip = 0; // calls of the operation that succeed before
@@ -61,27 +61,27 @@ const std::vector<FailingCall> & failingCalls() {
     static const std::vector<FailingCall> calls{
         { "bf_tm_ppg_guaranteed_min_limit_set( devId, mirrorPpgHandle, minLimitCellsForMirroring() "
           ")",
-          "Buffers", "handleMinLimitCellsForMirroring", mirror },
+          "Pools", "handleMinLimitCellsForMirroring", mirror },
         { "bf_tm_pool_skid_size_set( devId, 128 * 4 * 2 * TmConfigConstants::tofinoJumboPktCells() "
           ")",
-          "Buffers", "reconfigureSharedPools", pools },
+          "Pools", "reconfigureSharedPools", pools },
         { "bf_tm_pool_size_set( devId, BF_TM_IG_APP_POOL_0, ingressSharedPoolCellCount() )",
-          "Buffers", "programSharedPools", pools },
-        { "bf_tm_pool_size_set( devId, BF_TM_IG_APP_POOL_1, 0 )", "Buffers", "programSharedPools",
+          "Pools", "programSharedPools", pools },
+        { "bf_tm_pool_size_set( devId, BF_TM_IG_APP_POOL_1, 0 )", "Pools", "programSharedPools",
           pools, 1 },
-        { "bf_tm_pool_size_set( devId, BF_TM_IG_APP_POOL_2, 0 )", "Buffers", "programSharedPools",
+        { "bf_tm_pool_size_set( devId, BF_TM_IG_APP_POOL_2, 0 )", "Pools", "programSharedPools",
           pools, 2 },
-        { "bf_tm_pool_size_set( devId, BF_TM_IG_APP_POOL_3, 0 )", "Buffers", "programSharedPools",
+        { "bf_tm_pool_size_set( devId, BF_TM_IG_APP_POOL_3, 0 )", "Pools", "programSharedPools",
           pools, 3 },
-        { "bf_tm_pool_size_set( devId, BF_TM_EG_APP_POOL_0, egressSharedPoolCellCount() )",
-          "Buffers", "programSharedPools", pools, 4 },
-        { "bf_tm_pool_size_set( devId, BF_TM_EG_APP_POOL_1, 0 )", "Buffers", "programSharedPools",
+        { "bf_tm_pool_size_set( devId, BF_TM_EG_APP_POOL_0, egressSharedPoolCellCount() )", "Pools",
+          "programSharedPools", pools, 4 },
+        { "bf_tm_pool_size_set( devId, BF_TM_EG_APP_POOL_1, 0 )", "Pools", "programSharedPools",
           pools, 5 },
-        { "bf_tm_pool_size_set( devId, BF_TM_EG_APP_POOL_2, 0 )", "Buffers", "programSharedPools",
+        { "bf_tm_pool_size_set( devId, BF_TM_EG_APP_POOL_2, 0 )", "Pools", "programSharedPools",
           pools, 6 },
         { "bf_tm_pool_size_set( devId, BF_TM_EG_APP_POOL_3, "
           "TmConfigConstants::multicastReservedPoolCellCount() )",
-          "Buffers", "programSharedPools", pools, 7 },
+          "Pools", "programSharedPools", pools, 7 },
         { "bf_tm_ppg_icos_mapping_set( devId, ppgHandle(), notifier()->internalCosBmp() )", "Ppg",
           "handlePpgInternalCosBmp", map },
         { "bf_tm_ppg_icos_mapping_set( devId, ppgHandle(), 0 )", "Ppg", "cleanup", remove },
@@ -187,12 +187,12 @@ TEST( CheckedCalls, aFailingOneIsIssuedThreeTimesQuotedAndFatal ) {
     for ( const FailingCall & call : failingCalls() ) {
         SCOPED_TRACE( call.quoted );
         const std::string refused = "(call " + operationOf( call ) + "[^\n]* = 9\n){3}";
-        const std::string report = std::string( "KelQos/KelSliceQosSm" ) + call.source +
+        const std::string report = std::string( "KelQos/Slice/KelSliceQosSm" ) + call.source +
                                    "\\.cpp:[0-9]+ " + literally( call.quoted ) +
                                    " API ERROR:Not enough space \\(9\\)\n";
-        const std::string assertion = std::string( "KelQos/KelSliceQosSm" ) + call.source +
-                                      "\\.cpp:[0-9]+: void KelQos::KelSliceQosSm::[^\n]*" +
-                                      call.function + "\\([^\n]*Assertion \"0\" failed";
+        const std::string assertion = std::string( "KelQos/Slice/KelSliceQosSm" ) + call.source +
+                                      "\\.cpp:[0-9]+: void KelQos::[^\n]*" + call.function +
+                                      "\\([^\n]*Assertion \"0\" failed";
         // Before the failing change the chip may have answered the operation as usual.
         EXPECT_DEATH( failsFor( world, call ), refused + report + assertion );
     }
@@ -203,7 +203,7 @@ TEST( CheckedCalls, startUpStopsAtTheFirstPfcLimitThatIsRefused ) {
     switch1.chip.faults().faultIs(
         { *KelModel::Operation::named( "bf_tm_pool_pfc_limit_set" ), 26, 2, 3 } );
     EXPECT_DEATH( switch1.start(),
-                  "KelQos/KelSliceQosSm\\.cpp:[0-9]+ bf_tm_pool_pfc_limit_set\\( devId, "
+                  "KelQos/Slice/KelSliceQosSm\\.cpp:[0-9]+ bf_tm_pool_pfc_limit_set\\( devId, "
                   "BF_TM_IG_APP_POOL_0, icos, totalCellCount \\) API ERROR:Success \\(26\\)\n" );
 }
 

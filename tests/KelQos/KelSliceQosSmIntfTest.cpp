@@ -1,4 +1,4 @@
-#include "KelQos/KelSliceQosSmIntf.h"
+#include "KelQos/Slice/KelSliceQosSmIntf.h"
 #include "tests/support/SmallChip.h"
 
 #include <gtest/gtest.h>

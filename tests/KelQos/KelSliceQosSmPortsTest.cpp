@@ -1,4 +1,4 @@
-#include "KelQos/KelSliceQosSmReactors.h"
+#include "KelQos/Slice/KelSliceQosSmReactors.h"
 #include "tests/support/SmallChip.h"
 
 #include <gtest/gtest.h>

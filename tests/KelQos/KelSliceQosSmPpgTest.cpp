@@ -1,4 +1,4 @@
-#include "KelQos/KelSliceQosSmPpg.h"
+#include "KelQos/Slice/KelSliceQosSmPpg.h"
 #include "Platform/Logging/Trace.h"
 #include "tests/support/SmallChip.h"
 

@@ -1,5 +1,5 @@
-#include "KelQos/KelSliceQosSmShow.h"
-#include "KelQos/KelSliceQosCli.h"
+#include "KelQos/Show/KelSliceQosSmShow.h"
+#include "KelQos/Show/KelSliceQosCli.h"
 #include "Platform/Framework/Exceptions.h"
 #include "Platform/Logging/Trace.h"
 #include "tests/support/SmallChip.h"

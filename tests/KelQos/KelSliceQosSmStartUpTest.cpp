@@ -1,8 +1,8 @@
-#include "KelQos/KelSliceQosCli.h"
-#include "KelQos/KelSliceQosLeakHandlerSm.h"
-#include "KelQos/KelSliceQosSmPpg.h"
-#include "KelQos/KelSliceQosSmReactors.h"
-#include "KelQos/KelSliceQosSmTxQueue.h"
+#include "KelQos/Leak/KelSliceQosLeakHandlerSm.h"
+#include "KelQos/Show/KelSliceQosCli.h"
+#include "KelQos/Slice/KelSliceQosSmPpg.h"
+#include "KelQos/Slice/KelSliceQosSmReactors.h"
+#include "KelQos/Slice/KelSliceQosSmTxQueue.h"
 #include "tests/support/SmallChip.h"
 
 #include <cstdlib>

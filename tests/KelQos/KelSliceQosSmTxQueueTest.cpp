@@ -1,4 +1,4 @@
-#include "KelQos/KelSliceQosSmTxQueue.h"
+#include "KelQos/Slice/KelSliceQosSmTxQueue.h"
 #include "tests/support/SmallChip.h"
 
 #include <gtest/gtest.h>

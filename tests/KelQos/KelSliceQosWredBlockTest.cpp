@@ -1,4 +1,4 @@
-#include "KelQos/KelSliceQosWredBlockSm.h"
+#include "KelQos/Wred/KelSliceQosWredBlockSm.h"
 #include "Model/Chip.h"
 #include "Model/ModelPdIntf.h"
 #include "Model/ModelResourceInfoIntf.h"
@@ -235,7 +235,7 @@ using WredBlockDeathTest = WredBlockTest;
 // The line that a failed assertion of a function of the class leaves on standard error.
 std::string failed( const std::string & file, const std::string & function,
                     const std::string & expression ) {
-    return "KelQos/" + file + "\\.cpp:[0-9]+: void KelQos::" + file + "::" + function +
+    return "KelQos/Wred/" + file + "\\.cpp:[0-9]+: void KelQos::" + file + "::" + function +
            ": Assertion \"" + expression + "\" failed\\.\n";
 }
 

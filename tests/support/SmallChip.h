@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KelQos/KelSliceQosSm.h"
+#include "KelQos/Slice/KelSliceQosSm.h"
 #include "Model/Chip.h"
 #include "Platform/Framework/ActivityManager.h"
 #include "Platform/Logging/RingTrace.h"

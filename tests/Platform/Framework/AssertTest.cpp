@@ -26,12 +26,13 @@ TEST( AssertTest, HookRunsOnceBeforeTheAbortWhateverItDoes ) {
         Kel::abortHookIs( hook );
         checkedHalf( 1 );
     };
-    EXPECT_EXIT( failWithHook( [] {
-                     std::fputs( "hook\n", stderr );
-                     checkedHalf( 5 );
-                 } ),
-                 testing::KilledBySignal( SIGABRT ), "failed.\nhook\ntests/.* failed.\n$" );
-    EXPECT_EXIT( failWithHook( [] { throw 1; } ), testing::KilledBySignal( SIGABRT ), "failed.\n" );
+    const auto failing = [] {
+        std::fputs( "hook\n", stderr );
+        checkedHalf( 5 );
+    };
+    EXPECT_DEATH( failWithHook( failing ), "failed.\nhook\ntests/.* failed.\n$" );
+    EXPECT_DEATH( failWithHook( [] { throw 1; } ), "failed.\n" );
+    EXPECT_DEATH( failWithHook( nullptr ), "failed.\n$" );
 }
 
 } // namespace

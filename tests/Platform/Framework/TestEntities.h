@@ -42,6 +42,3 @@ class House : public Kel::Entity {
 
     Kel::MemberCollection<int, Room> rooms{ *this, roomAttr };
 };
-
-// Where handlers note what they saw.
-using Log = std::vector<std::string>;

@@ -2,8 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <deque>
 #include <limits>
+#include <random>
+#include <set>
+#include <unistd.h>
 
 namespace {
 
@@ -11,11 +16,8 @@ namespace {
 std::string written( const Kel::RingTrace & ring ) {
     std::FILE * const file = std::tmpfile();
     ring.write( fileno( file ) );
-    std::rewind( file );
-    std::string text;
-    for ( int c = std::fgetc( file ); c != EOF; c = std::fgetc( file ) ) {
-        text.push_back( static_cast<char>( c ) );
-    }
+    std::string text( static_cast<std::size_t>( lseek( fileno( file ), 0, SEEK_END ) ), '\0' );
+    EXPECT_EQ( pread( fileno( file ), text.data(), text.size(), 0 ), ssize( text ) );
     std::fclose( file );
     return text;
 }
@@ -23,96 +25,89 @@ std::string written( const Kel::RingTrace & ring ) {
 TEST( RingTrace, recordsReadBackAsTextOneALine ) {
     U8 memory[1024];
     Kel::RingTrace ring( memory );
-    EXPECT_EQ( ring.text(), "" );
     const std::string name = "Ethernet49/1";
-    const U16 pipe = 65535;
     enum class Small : U8 { two = 2 };
-
+    char buffer[] = "buffer";
     ring.record( "handlePortInfo" );
     ring.record( "handlePortInfo", ", port: ", name );
-    ring.record( "tm_top.tm_caa.epipe[", pipe, "].pkt_dropcnt: ", std::numeric_limits<U64>::max() );
-    ring.record( "called with bafInvalid: error condition for devId, portId, txQid:", U8{ 0 }, 5U,
-                 S32{ -3 } );
+    ring.record( "epipe[", U16{ 65535 }, "].pkt_dropcnt: ", std::numeric_limits<U64>::max() );
+    ring.record( "error condition for devId, portId, txQid:", U8{ 0 }, 5U, S32{ -3 }, buffer );
     ring.record( Small::two, true, S8{ -1 }, std::numeric_limits<S64>::min(), 0.1f, 0.1 );
-    const std::string expected =
-        "1 handlePortInfo\n"
-        "2 handlePortInfo, port: Ethernet49/1\n"
-        "3 tm_top.tm_caa.epipe[65535].pkt_dropcnt: 18446744073709551615\n"
-        "4 called with bafInvalid: error condition for devId, portId, txQid:0 5 -3\n"
-        "5 2 1 -1 -9223372036854775808 0.1 0.1\n";
+    buffer[0] = 'X'; // texts of others are copied, and cut
+    const std::string whole( 32, 'a' );
+    ring.record( whole, std::string( 33, 'b' ), "|", std::string_view(), "|" );
+    ring.record( std::string( 1000, 'c' ).c_str(), " control: ", std::string( "\n\x1F \x7F\xC3" ) );
+    const std::string expected = "1 handlePortInfo\n"
+                                 "2 handlePortInfo, port: Ethernet49/1\n"
+                                 "3 epipe[65535].pkt_dropcnt: 18446744073709551615\n"
+                                 "4 error condition for devId, portId, txQid:0 5 -3 buffer\n"
+                                 "5 2 1 -1 -9223372036854775808 0.1 0.1\n"
+                                 "6 " +
+                                 whole + " " + std::string( 32, 'b' ) + "...||\n7 " +
+                                 std::string( 32, 'c' ) + "... control: ?? ?\xC3\n";
     EXPECT_EQ( ring.text(), expected );
     EXPECT_EQ( written( ring ), expected );
-
+    ring.write( -1 ); // gives up
     ring.clear();
     EXPECT_EQ( ring.text(), "" );
     ring.record( "again" );
     EXPECT_EQ( ring.text(), "1 again\n" );
 }
 
-TEST( RingTrace, textsOfOthersAreCopiedAndCut ) {
-    U8 memory[1024];
-    Kel::RingTrace ring( memory );
-    char buffer[] = "buffer";
-    ring.record( buffer );
-    buffer[0] = 'X';
-    {
-        const std::string whole( 32, 'a' );
-        const std::string cut( 33, 'b' );
-        ring.record( whole, cut, "|", std::string_view(), "|" );
-        ring.record( std::string( 1000, 'c' ).c_str(),
-                     " control characters: ", std::string( "\n\x7F\xC3" ) );
-    }
-    EXPECT_EQ( ring.text(), "1 buffer\n2 " + std::string( 32, 'a' ) + " " + std::string( 32, 'b' ) +
-                                "...||\n3 " + std::string( 32, 'c' ) +
-                                "... control characters: ??\xC3\n" );
-}
-
-// Records of every size up to the longest, so that the end of the memory falls at every place in a
-// record and the newest must always be there, complete, in order and as many as fit.
+// Records of all sizes, beside a plain list of those that must be there: the newest that fit, where
+// none straddles the end of the memory, which is filled with what no ring has written.
 TEST( RingTrace, newestOverwriteTheOldest ) {
-    U8 memory[256];
+    U8 all[260];
+    std::ranges::fill( all, U8{ 0xAA } );
+    const auto memory = std::span( all ).first( 256 );
     Kel::RingTrace ring( memory );
-    std::vector<std::string> lines;
-    for ( std::size_t i = 1; i <= 1000; ++i ) {
-        const std::string text( i * 7 % 33, static_cast<char>( 'a' + i % 26 ) );
+    std::deque<std::pair<std::size_t, std::string>> records; // where each ends, and its line
+    std::set<std::size_t> skipped;                           // bytes at the end of the memory
+    std::mt19937 random( 3 );
+    std::size_t begin = 0; // of what is kept, in bytes since the beginning
+    std::size_t end = 0;
+    for ( std::size_t i = 1; i <= 20000; ++i ) {
+        const std::string text( random() % 33, static_cast<char>( 'a' + i % 26 ) );
         ring.record( text );
-        lines.push_back( std::to_string( i ) + " " + text + "\n" );
-
-        std::string newest;
-        std::size_t bytes = 0; // of records: a header of 10 and a length byte each
-        for ( std::size_t n = lines.size(); n > 0 && newest.size() < ring.text().size(); --n ) {
-            newest.insert( 0, lines[n - 1] );
-            bytes += 11 + n * 7 % 33;
+        const std::size_t size = 2 + sizeof( char * ) + 1 + text.size();
+        if ( const std::size_t rest = memory.size() - end % memory.size(); size > rest ) {
+            end += rest;
+            skipped.insert( rest );
         }
-        ASSERT_EQ( ring.text(), newest ) << i;
-        ASSERT_LE( bytes, 256U );
-        // What does not fit any more is at most a record, and the padding at the end another.
-        ASSERT_TRUE( newest.starts_with( "1 " ) || bytes > 256 - 2 * ( 11 + 32 ) ) << bytes;
+        end += size;
+        records.emplace_back( end, std::to_string( i ) + " " + text + "\n" );
+        for ( ; end - begin > memory.size(); records.pop_front() ) {
+            begin = records.front().first;
+        }
+        std::string newest;
+        for ( const auto & [place, line] : records ) {
+            newest += line;
+        }
+        ASSERT_EQ( ring.text(), newest );
     }
-    EXPECT_EQ( written( ring ), ring.text() );
+    EXPECT_TRUE( all[256] == 0xAA && all[257] == 0xAA );
+    EXPECT_EQ( skipped.size(), 42U ); // from one byte to one less than the longest record
 }
 
 TEST( RingTrace, ringOfTheProcessKeepsItsNewestRecords ) {
     Kel::ringTraceClear();
-    constexpr U32 count = 100000;
-    for ( U32 i = 1; i <= count; ++i ) {
+    for ( U32 i = 1; i <= 100000; ++i ) {
         Kel::ringTrace( "port: ", i );
     }
     // 22 bytes a record: 256 KiB hold 11915, less what the end cannot take.
-    std::string expected;
-    for ( U32 i = count - 11915 + 1; i <= count; ++i ) {
-        expected += std::to_string( i ) + " port: " + std::to_string( i ) + "\n";
-    }
-    EXPECT_EQ( Kel::ringTraceText(), expected );
-    EXPECT_EQ( written( Kel::ringTraceOfProcess ), expected );
+    const std::string text = Kel::ringTraceText();
+    EXPECT_TRUE( text.starts_with( "88086 port: 88086\n88087 port: 88087\n" ) );
+    EXPECT_TRUE( text.ends_with( "\n99999 port: 99999\n100000 port: 100000\n" ) );
+    EXPECT_EQ( written( Kel::ringTraceOfProcess ), text );
     Kel::ringTraceClear();
 }
 
-TEST( RingTraceDeathTest, recordThatWouldFillTheRingAborts ) {
+TEST( RingTraceDeathTest, recordsOfMoreThanAQuarterAndOddSizesOfMemoryAbort ) {
     U8 memory[64];
     Kel::RingTrace ring( memory );
-    ring.record( 1U );
-    EXPECT_DEATH( ring.record( "too", "long" ), "Assertion \"size <= memory_.size\\(\\) / 4" );
+    ring.record( 1U, true );
+    EXPECT_DEATH( ring.record( std::string( 6, 'x' ) ), "\"size <= memory_.size\\(\\) / 4" );
+    EXPECT_DEATH( Kel::RingTrace( std::span( memory ).first( 63 ) ), "has_single_bit" );
 }
 
 } // namespace

@@ -2,34 +2,23 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <optional>
 
 namespace {
 
 using Kel::log;
+using Lines = std::vector<std::string>;
 
-Kel::SyslogHandle RESERVED_INVALID( {
-    .mnemonic = "TEST_RESERVED_INVALID",
-    .severity = 3,
-    .format = "Request to reserve %d buffers of 80 bytes each for %s traffic-manager.",
-    .explanation = "The number of cells requested exceeds available memory.",
-    .recommendedAction = Kel::CallSupportIfPersists,
-    .minInterval = 0.0,
-    .freeMessages = 1.0,
-    .flags = 0,
-    .rateLimitArgs = 2,
-} );
-
-// A message limited to one in ten seconds for each key of its first `rateLimitArgs` arguments.
-Kel::SyslogDefinition limited( U32 rateLimitArgs, double freeMessages = 1.0 ) {
-    return { .mnemonic = "TEST_LIMITED",
-             .severity = 6,
-             .format = "%u cells %s",
+// The key of its rate limit are the first `rateLimitArgs` arguments.
+Kel::SyslogDefinition cells( U32 rateLimitArgs, double minInterval = 10.0,
+                             double freeMessages = 1.0 ) {
+    return { .mnemonic = "TEST_CELLS",
+             .severity = 3,
+             .format = "%d cells of 100%% %s",
              .explanation = "",
              .recommendedAction = Kel::NoActionRequired,
-             .minInterval = 10.0,
+             .minInterval = minInterval,
              .freeMessages = freeMessages,
-             .flags = 0,
              .rateLimitArgs = rateLimitArgs };
 }
 
@@ -48,92 +37,44 @@ class SyslogTest : public testing::Test {
         Kel::syslogSinkIs( nullptr );
     }
 
-    // Messages since the last call.
-    std::size_t sent() {
-        const std::size_t count = lines_.size();
+    // Logs the message, and returns how often it was sent.
+    std::size_t sent( Kel::SyslogHandle & handle, std::size_t times, U32 number = 5,
+                      const char * where = "ingress" ) {
         lines_.clear();
-        return count;
+        for ( std::size_t i = 0; i < times; ++i ) {
+            log( handle, number, where );
+        }
+        return lines_.size();
     }
 
     double now_ = 0.0;
-    std::vector<std::string> lines_;
+    Lines lines_;
 };
 
 TEST_F( SyslogTest, messageReachesTheSinkAsPrintfWouldPrintIt ) {
-    log( RESERVED_INVALID, U32{ 4000000000 }, "ingress" );
-    log( RESERVED_INVALID, U32{ 7 }, std::string( "egress" ) );
-    EXPECT_EQ( lines_, ( std::vector<std::string>{
-                           "3 TEST_RESERVED_INVALID Request to reserve -294967296 buffers of 80 "
-                           "bytes each for ingress traffic-manager.",
-                           "3 TEST_RESERVED_INVALID Request to reserve 7 buffers of 80 bytes each "
-                           "for egress traffic-manager." } ) );
-}
-
-TEST_F( SyslogTest, conversionsKeepTheirModifiers ) {
     Kel::SyslogHandle handle( {
         .mnemonic = "TEST_CONVERSIONS",
         .severity = 7,
-        .format = "%%[%5u|%-4d|%04x|%llu|%ld|%.2f|%6s|%.2s]",
+        .format = "%%[%5u|%-4d|%04x|%llu|%ld|%6s|%.2s|%i|%lx]",
         .explanation = "",
         .recommendedAction = "",
     } );
-    log( handle, U8{ 200 }, S16{ -3 }, 255, ~U64{ 0 }, S32{ -1 }, 1.005f, "abc", "wxyz" );
-    EXPECT_EQ( lines_.at( 0 ), "7 TEST_CONVERSIONS %[  200|-3  |00ff|18446744073709551615|-1|1.00|"
-                               "   abc|wx]" );
-}
-
-TEST_F( SyslogTest, withoutIntervalEveryRepeatIsSent ) {
-    for ( int i = 0; i < 100; ++i ) {
-        log( RESERVED_INVALID, 5U, "ingress" );
-    }
-    EXPECT_EQ( sent(), 100U );
+    log( handle, U8{ 200 }, S16{ -3 }, 255, ~U64{ 0 }, S32{ -1 }, "abc", "wxyz", U32{ 4000000000 },
+         S64{ -1 } );
+    Kel::SyslogHandle plain( cells( 0, 0.0 ) );
+    log( plain, U32{ 7 }, std::string( "egress" ) );
+    EXPECT_EQ( lines_, ( Lines{ "7 TEST_CONVERSIONS %[  200|-3  |00ff|18446744073709551615|-1|"
+                                "   abc|wx|-294967296|ffffffffffffffff]",
+                                "3 TEST_CELLS 7 cells of 100% egress" } ) );
 }
 
 TEST_F( SyslogTest, leadingArgumentsFormTheKey ) {
-    const auto sentOf = [this]( U32 rateLimitArgs ) {
-        Kel::SyslogHandle handle( limited( rateLimitArgs ) );
-        log( handle, 5U, "ingress" );
-        log( handle, 5U, "ingress" );
-        log( handle, 5U, "egress" );
-        log( handle, 6U, "ingress" );
-        return sent();
-    };
-    EXPECT_EQ( sentOf( 0 ), 1U );
-    EXPECT_EQ( sentOf( 1 ), 2U );
-    EXPECT_EQ( sentOf( 2 ), 3U );
-}
-
-TEST_F( SyslogTest, freeMessagesComeBeforeTheInterval ) {
-    Kel::SyslogHandle handle( limited( 2, 3.0 ) );
-    const auto sentAt = [&]( double time ) {
-        now_ = time;
-        for ( int i = 0; i < 5; ++i ) {
-            log( handle, 5U, "ingress" );
-        }
-        return sent();
-    };
-    EXPECT_EQ( sentAt( 1.0 ), 3U );
-    EXPECT_EQ( sentAt( 10.5 ), 0U );
-    EXPECT_EQ( sentAt( 11.0 ), 1U );
-    EXPECT_EQ( sentAt( 20.5 ), 0U );
-    EXPECT_EQ( sentAt( 100.0 ), 1U );
-}
-
-TEST_F( SyslogTest, limitHoldsWithMoreKeysThanAreKept ) {
-    Kel::SyslogHandle handle( limited( 1 ) );
-    for ( int round = 0; round < 2; ++round ) {
-        for ( U32 cells = 0; cells < 3000; ++cells ) {
-            log( handle, cells, "ingress" );
-        }
+    for ( const U32 rateLimitArgs : { 0U, 1U, 2U } ) {
+        Kel::SyslogHandle handle( cells( rateLimitArgs ) );
+        const std::size_t first = sent( handle, 2 );
+        EXPECT_EQ( first + sent( handle, 1, 5, "egress" ) + sent( handle, 1, 6 ),
+                   rateLimitArgs + 1 );
     }
-    EXPECT_EQ( sent(), 3000U );
-    now_ = 10.0;
-    log( handle, 1U, "ingress" );
-    log( handle, 1U, "ingress" );
-    EXPECT_EQ( sent(), 1U );
-}
-
-TEST( Syslog, keyDependsOnOrderAndBoundariesOfTheTexts ) {
     const auto hash = []( std::vector<std::string> texts ) { return Kel::logArgsHash( texts ); };
     EXPECT_EQ( hash( { "5", "ingress" } ), hash( { "5", "ingress" } ) );
     EXPECT_NE( hash( { "5", "ingress" } ), hash( { "ingress", "5" } ) );
@@ -141,31 +82,64 @@ TEST( Syslog, keyDependsOnOrderAndBoundariesOfTheTexts ) {
     EXPECT_NE( hash( {} ), hash( { "" } ) );
 }
 
-TEST( Syslog, handlesAreListedWhileTheyLive ) {
+TEST_F( SyslogTest, freeMessagesComeBeforeTheInterval ) {
+    Kel::SyslogHandle handle( cells( 2, 10.0, 3.0 ) );
+    const std::pair<double, std::size_t> sentAt[] = {
+        { 1.0, 3 }, { 10.5, 0 }, { 11.0, 1 }, { 20.5, 0 }, { 100.0, 1 } };
+    for ( const auto & [time, count] : sentAt ) {
+        now_ = time;
+        EXPECT_EQ( sent( handle, 5 ), count ) << time;
+    }
+    Kel::SyslogHandle unlimited( cells( 0, 0.0 ) );
+    EXPECT_EQ( sent( unlimited, 100 ), 100U );
+}
+
+TEST_F( SyslogTest, limitHoldsWithMoreKeysThanAreKept ) {
+    Kel::SyslogHandle handle( cells( 1 ) );
+    now_ = 7.0;
+    for ( const std::size_t expected : { 1U, 0U } ) {
+        for ( U32 number = 0; number < 3000; ++number ) {
+            ASSERT_EQ( sent( handle, 1, number ), expected );
+        }
+    }
+    now_ = 17.0;
+    EXPECT_EQ( sent( handle, 2, 1 ), 1U );
+}
+
+TEST_F( SyslogTest, handlesAreListedByMnemonicWhileTheyLive ) {
     const auto before = Kel::syslogHandles();
-    EXPECT_EQ( std::ranges::count( before, &RESERVED_INVALID ), 1 );
     {
-        const Kel::SyslogHandle first( limited( 0 ) );
-        const Kel::SyslogHandle second( limited( 1 ) );
-        // By mnemonic: TEST_LIMITED comes before TEST_RESERVED_INVALID.
-        EXPECT_EQ( Kel::syslogHandles().size(), before.size() + 2 );
-        EXPECT_EQ( Kel::syslogHandles().back(), &RESERVED_INVALID );
+        Kel::SyslogDefinition definition = cells( 0 );
+        std::optional<Kel::SyslogHandle> first( definition );
+        definition.mnemonic = "TEST_ZZZ";
+        definition.severity = 0;
+        const Kel::SyslogHandle last( definition );
+        const Kel::SyslogHandle second( cells( 1 ) );
+        EXPECT_TRUE( first->idHash() == second.idHash() && first->idHash() != last.idHash() );
+        first.reset();
+        const auto handles = Kel::syslogHandles();
+        EXPECT_EQ( handles.size(), before.size() + 2 );
+        EXPECT_EQ( handles.back(), &last );
     }
     EXPECT_EQ( Kel::syslogHandles(), before );
 }
 
-TEST( SyslogDeathTest, argumentsThatTheFormatDoesNotTakeAbort ) {
-    const char * const line = "Failed\\(handle.format\\(\\).accepts\\( args \\)\\) "
-                              "TEST_RESERVED_INVALID\n.*Assertion";
-    EXPECT_DEATH( log( RESERVED_INVALID, 5U ), line );
-    EXPECT_DEATH( log( RESERVED_INVALID, "ingress", 5U ), line );
-    EXPECT_DEATH( log( RESERVED_INVALID, U64{ 5 }, "ingress" ), line );
-}
-
-TEST( SyslogDeathTest, withoutSinkMessagesGoToStandardError ) {
-    EXPECT_EXIT( ( log( RESERVED_INVALID, 5U, "ingress" ), std::exit( 0 ) ),
-                 testing::ExitedWithCode( 0 ),
-                 "^syslog 3 TEST_RESERVED_INVALID Request to reserve 5 buffers" );
+TEST( SyslogDeathTest, withoutSinkMessagesGoToStandardErrorAndMisuseAborts ) {
+    Kel::SyslogHandle handle( cells( 2 ) );
+    EXPECT_EXIT( ( log( handle, 5U, "ingress" ), std::exit( 0 ) ), testing::ExitedWithCode( 0 ),
+                 "^syslog 3 TEST_CELLS 5 cells of 100% ingress\n$" );
+    const char * const line =
+        "Failed\\(handle.format\\(\\).accepts\\( args \\)\\) TEST_CELLS\n.*Assertion";
+    EXPECT_DEATH( log( handle, 5U ), line );
+    EXPECT_DEATH( log( handle, 5U, "ingress", 5U ), line );
+    EXPECT_DEATH( log( handle, "ingress", 5U ), line );
+    EXPECT_DEATH( log( handle, U64{ 5 }, "ingress" ), line );
+    EXPECT_DEATH( Kel::SyslogHandle( cells( 3 ) ), "Assertion" );
+    Kel::SyslogDefinition severe = cells( 0 );
+    for ( const int none : { -1, 8 } ) {
+        severe.severity = none;
+        EXPECT_DEATH( Kel::SyslogHandle{ severe }, "Assertion" );
+    }
 }
 
 } // namespace

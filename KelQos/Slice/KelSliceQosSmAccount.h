@@ -1,0 +1,62 @@
+#pragma once
+
+#include "Platform/Entities/TmConfig.h"
+
+#include <array>
+
+namespace KelQos {
+
+// What a configuration reserves of the packet buffer; all sums wrap at 32 bits.
+struct Reservation {
+    U32 numPpgs = 0;       // priority groups that map at least one class
+    U32 ppgMinCells = 0;   // their guaranteed minimums
+    U32 headroomCells = 0; // for what still arrives after pause has been sent
+    U32 numTxQs = 0;       // transmit queues
+    U32 txQMinCells = 0;   // their guaranteed minimums
+
+    Reservation & operator+=( const Reservation & other );
+    Reservation & operator-=( const Reservation & other );
+    friend bool operator==( const Reservation &, const Reservation & ) = default;
+};
+
+// Keeps the reservation of all interfaces: it has a sum per interface, and sums again only those
+// that changed since it was last asked. The result is always exactly that of a walk over the
+// configuration as it is now; debug builds check that it is.
+class BufferAccount : private Kel::ChangeObserver {
+  public:
+    // What this configuration reserves as it is now; nothing when null. Another one than the last
+    // time is walked whole. The result is valid until the next call.
+    const Reservation & reservation( const TmConfig * config ) {
+        if ( config != config_ || staleCount_ > 0 || !tellsChanges_ ) {
+            bringUpToDate( config );
+        }
+#ifndef NDEBUG
+        checkAgainstWalk();
+#endif
+        return total_;
+    }
+
+    // The plain walk over everything.
+    static Reservation walk( const TmConfig & config );
+    static Reservation walk( const TmIntfConfig & config );
+
+  private:
+    static constexpr std::size_t ports = KelPortTypes::PortIndex::invalid + 1;
+
+    void configIs( const TmConfig * config );
+    void bringUpToDate( const TmConfig * config );
+    void checkAgainstWalk() const;
+    void memberChanged( const Kel::Entity & member ) override;
+    void markStale( KelPortTypes::PortIndex port );
+    void refresh( KelPortTypes::PortIndex port );
+
+    const TmConfig * config_ = nullptr; // the root that is observed
+    bool tellsChanges_ = true;
+    Reservation total_;
+    std::array<Reservation, ports> sums_;
+    std::array<bool, ports> isStale_{};
+    std::array<U16, ports> stale_{}; // the first staleCount_: ports to sum again
+    std::size_t staleCount_ = 0;
+};
+
+} // namespace KelQos
