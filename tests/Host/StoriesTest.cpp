@@ -1,0 +1,95 @@
+#include "tests/Host/KelqosProcess.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <regex>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<fs::path> entriesOf( const fs::path & folder ) {
+    std::vector<fs::path> entries{ fs::directory_iterator( folder ), {} };
+    std::ranges::sort( entries );
+    return entries;
+}
+
+std::vector<fs::path> foldersOfStories() {
+    auto entries = entriesOf( "stories" );
+    std::erase_if( entries, []( const fs::path & entry ) { return !fs::is_directory( entry ); } );
+    return entries;
+}
+
+// Empty without the file.
+std::string textOf( const fs::path & path ) {
+    std::ifstream in( path );
+    return { std::istreambuf_iterator<char>( in ), {} };
+}
+
+// Without line numbers of sources, and without the recorded events that follow a failed assertion.
+std::string comparable( std::string err ) {
+    static constexpr std::string_view failed = "Assertion \"0\" failed.\n";
+    if ( const auto at = err.find( failed ); at != std::string::npos ) {
+        err.resize( at + failed.size() );
+    }
+    static const std::regex lineNumber( "\\.(cpp|h):[0-9]+" );
+    return std::regex_replace( err, lineNumber, ".$1" );
+}
+
+// The folder stories/README.md says what belongs to a story.
+KelHostTest::Outcome expectedOf( fs::path story ) {
+    KelHostTest::Outcome expected{ .out = textOf( story.replace_extension( ".log" ) ),
+                                   .err = textOf( story.replace_extension( ".trace" ) ) };
+    if ( fs::exists( story.replace_extension( ".err" ) ) ) {
+        expected.err = textOf( story );
+        expected.status = expected.err.ends_with( "failed.\n" ) ? -SIGABRT : 2;
+    }
+    return expected;
+}
+
+KelHostTest::Outcome outcomeOf( fs::path story ) {
+    std::vector<std::string> args{ "play", story.string() };
+    std::ifstream more( story.replace_extension( ".args" ) );
+    for ( std::string arg; std::getline( more, arg ); ) {
+        args.push_back( arg );
+    }
+    KelHostTest::Outcome outcome = KelHostTest::runKelqos( args );
+    outcome.err = comparable( outcome.err );
+    return outcome;
+}
+
+// Two texts from the first line in which they differ.
+std::pair<std::string, std::string> difference( const std::string & a, const std::string & b ) {
+    const auto begin = std::find( std::make_reverse_iterator( std::ranges::mismatch( a, b ).in1 ),
+                                  a.rend(), '\n' );
+    const auto from = static_cast<std::size_t>( begin.base() - a.begin() );
+    return { a.substr( from ), b.substr( from ) };
+}
+
+class Stories : public testing::TestWithParam<fs::path> {};
+
+} // namespace
+
+TEST_P( Stories, endAsWritten ) {
+    int count = 0;
+    for ( const fs::path & story : entriesOf( GetParam() ) ) {
+        if ( story.extension() == ".json" ) {
+            SCOPED_TRACE( story );
+            const auto expected = expectedOf( story );
+            const auto outcome = outcomeOf( story );
+            EXPECT_EQ( outcome.status, expected.status );
+            const auto [out, expectedOut] = difference( outcome.out, expected.out );
+            EXPECT_EQ( out, expectedOut ) << "in the event log";
+            const auto [err, expectedErr] = difference( outcome.err, expected.err );
+            EXPECT_EQ( err, expectedErr ) << "on standard error";
+            ++count;
+        }
+    }
+    EXPECT_GT( count, 0 );
+}
+
+INSTANTIATE_TEST_SUITE_P( in, Stories, testing::ValuesIn( foldersOfStories() ),
+                          []( const auto & folder ) { return folder.param.filename().string(); } );
