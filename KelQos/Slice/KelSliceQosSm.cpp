@@ -281,19 +281,19 @@ void KelSliceQosSm::tmIntfConfigDelAll() {
 }
 
 void KelSliceQosSm::handleCosToTcMap( Cos cos ) {
-    velTmIntfConfig_.visit( [&]( PortIndex port, const Ptr<VelTmIntfConfig> & reactor ) {
-        const TmIntfConfig * config = reactor->notifier();
+    for ( auto entry : velTmIntfConfig_ ) {
+        const TmIntfConfig * config = entry.value->notifier();
         if ( !config ) {
-            return;
+            continue;
         }
         KEL_TRACE( sliceTrace, 4 )
-            << "handleCosToTcMap portId " << port.value() << " cos " << cos.value()
+            << "handleCosToTcMap portId " << entry.key.value() << " cos " << cos.value()
             << " flowControlType " << config->flowControlType();
         if ( config->flowControlType() == flowControlTypePfc ) {
             KEL_TRACE( sliceTrace, 4 ) << "handleCosToTcMap:     has flowControlTypePfc ";
-            doProgramIntfPfcCosToTcMap( port );
+            doProgramIntfPfcCosToTcMap( entry.key );
         }
-    } );
+    }
 }
 
 void KelSliceQosSm::doProgramIntfPfcCosToTcMap( PortIndex port ) const {
