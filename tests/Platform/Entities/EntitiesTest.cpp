@@ -4,6 +4,7 @@
 #include "Platform/Entities/TmConfig.h"
 #include "Platform/Entities/TmCountersData.h"
 #include "Platform/Entities/TmStatus.h"
+#include "Platform/Entities/WredConfig.h"
 #include "tests/support/Watcher.h"
 
 #include <gtest/gtest.h>
@@ -74,6 +75,99 @@ TEST( EntitiesTest, EnumerationsPrintAsTheirMembersNames ) {
             stringValue( BlockLevelCounterName( 0 ) ) } ) {
         EXPECT_STREQ( text, "unknown" );
     }
+}
+
+TEST( EntitiesTest, RecordsAreValuesWithATextForm ) {
+    const auto differ = []<class Record>( const Record & record, const Record & other ) {
+        EXPECT_EQ( record.hash(), Record( record ).hash() );
+        EXPECT_TRUE( record == Record( record ) && record != other );
+        EXPECT_NE( record.hash(), other.hash() );
+        return valueToStrep( record );
+    };
+    EXPECT_EQ( differ( ShapeRate( 0, 7, 8 ), ShapeRate( 0, 8, 7 ) ),
+               "Value('KelQos::ShapeRate', ** {'accountingMode': 0, 'shapeRateVal': 7, "
+               "'shapeRateBurst': 8})" );
+    EXPECT_EQ( differ( RateParams( ShapeRate( 1, 2, 3 ), true, 4, 5 ), RateParams() ),
+               "Value('KelQos::RateParams', ** {'shapeRateAccountingMode': 1, 'shapeRateVal': 2, "
+               "'shapeRateBurst': 3, 'accountingModeGBwPps': True, 'guaranteedBwRate': 4, "
+               "'guaranteedBwRateBurst': 5})" );
+    EXPECT_EQ( differ( PortInfo( 1, port ), PortInfo( 2, port ) ),
+               "Value('KelSystem::PortInfo', ** {'devId': 1, 'pipeId': 2, 'portIndex': 276})" );
+    EXPECT_EQ( differ( WredBlockResourceConfig{ 1, 2, 0.5F, 1000.0F }, WredBlockResourceConfig() ),
+               "Value('KelQos::WredBlockResourceConfig', ** {'minThdCells': 1, 'maxThdCells': 2, "
+               "'maxDropProbability': 0.5, 'timeConstantNs': 1000})" );
+    EXPECT_EQ( ( WredBlockResourceConfig{ .maxDropProbability = -0.0F }.hash() ),
+               WredBlockResourceConfig().hash() ); // they are equal
+}
+
+// Fills the collection with a member under each key, takes one out and then the others, and counts
+// what a watcher is told of.
+template <class Owner, class Key, class Insert>
+U32 toldOf( const Kel::Ptr<Owner> & owner, const Key & one, const Key & other, const Insert & is,
+            bool ( Owner::*has )( Key ) const, void ( Owner::*del )( Key ),
+            void ( Owner::*delAll )() ) {
+    U32 told = 0;
+    const auto listener = makePtr<Watcher<Owner>>(
+        owner, [&]( Kel::AttributeId, const void * key ) { told += key != nullptr; } );
+    is( one );
+    is( other );
+    ( owner.get()->*del )( one );
+    EXPECT_TRUE( !( owner.get()->*has )( one ) && ( owner.get()->*has )( other ) );
+    is( one );
+    ( owner.get()->*delAll )();
+    EXPECT_FALSE( ( owner.get()->*has )( one ) || ( owner.get()->*has )( other ) );
+    return told;
+}
+
+TEST( EntitiesTest, CollectionsAreFilledAndEmptied ) {
+    const PortIndex other( 5 );
+    const auto config = makePtr<TmConfig>();
+    const auto addIntf = [&]( PortIndex key ) {
+        config->tmIntfConfigIs( TmConfig::newTmIntfConfig( key ) );
+    };
+    EXPECT_EQ( toldOf( config, port, other, addIntf, &TmConfig::tmIntfConfigHas,
+                       &TmConfig::tmIntfConfigDel, &TmConfig::tmIntfConfigDelAll ),
+               6U );
+    const auto intf = makePtr<TmIntfConfig>( port );
+    const auto addPpg = [&]( PpgId key ) {
+        intf->tmPpgConfigIs( TmIntfConfig::newTmPpgConfig( key ) );
+    };
+    EXPECT_EQ( toldOf( intf, PpgId( 1 ), PpgId( 8 ), addPpg, &TmIntfConfig::tmPpgConfigHas,
+                       &TmIntfConfig::tmPpgConfigDel, &TmIntfConfig::tmPpgConfigDelAll ),
+               6U );
+    const auto addQueue = [&]( TxQueueId key ) {
+        intf->tmTxQueueConfigIs( TmIntfConfig::newTmTxQueueConfig( key ) );
+    };
+    EXPECT_EQ( toldOf( intf, TxQueueId( 1 ), TxQueueId( 13 ), addQueue,
+                       &TmIntfConfig::tmTxQueueConfigHas, &TmIntfConfig::tmTxQueueConfigDel,
+                       &TmIntfConfig::tmTxQueueConfigDelAll ),
+               6U );
+    const auto status = makePtr<TmStatus>();
+    const auto addStatus = [&]( PortIndex key ) { status->tmIntfStatusIs( key ); };
+    EXPECT_EQ( toldOf( status, port, other, addStatus, &TmStatus::tmIntfStatusHas,
+                       &TmStatus::tmIntfStatusDel, &TmStatus::tmIntfStatusDelAll ),
+               6U );
+    const auto groups = TmStatus::newTmIntfStatus( port );
+    const auto addGroup = [&]( PpgId key ) { groups->tmPpgStatusIs( key, false ); };
+    EXPECT_EQ( toldOf( groups, PpgId( 0 ), PpgId( 7 ), addGroup, &TmIntfStatus::tmPpgStatusHas,
+                       &TmIntfStatus::tmPpgStatusDel, &TmIntfStatus::tmPpgStatusDelAll ),
+               6U );
+    const auto block = makePtr<WredBlockConfig>();
+    const KelDriver::KelDevTgt pipe0( KelDevId( 1 ), KelPipeId( 0 ) );
+    const KelDriver::KelDevTgt pipe3( KelDevId( 1 ), KelPipeId( 3 ) );
+    const auto addPipe = [&]( KelDriver::KelDevTgt key ) {
+        block->pipeConfigIs( key, WredBlockConfig::newPipeConfig() );
+    };
+    EXPECT_EQ( toldOf( block, pipe0, pipe3, addPipe, &WredBlockConfig::pipeConfigHas,
+                       &WredBlockConfig::pipeConfigDel, &WredBlockConfig::pipeConfigDelAll ),
+               6U );
+    const auto profiles = WredBlockConfig::newPipeConfig();
+    const auto addProfile = [&]( U16 key ) { profiles->resourceConfigIs( key, {} ); };
+    EXPECT_EQ( toldOf( profiles, U16( 0 ), U16( 65535 ), addProfile,
+                       &WredBlockPipeConfig::resourceConfigHas,
+                       &WredBlockPipeConfig::resourceConfigDel,
+                       &WredBlockPipeConfig::resourceConfigDelAll ),
+               6U );
 }
 
 TEST( EntitiesTest, EveryCounterHasItsOwnPlace ) {
