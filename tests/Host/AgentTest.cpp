@@ -83,6 +83,12 @@ TEST_F( AgentTest, answersClientsWithAnExitStatusAndStops ) {
                ( Outcome{ 1, "", "the request is longer than 4096 bytes\n" } ) );
     EXPECT_TRUE( contains( agent.ask( { "ring" } ).out, "Ethernet1" ) );
 
+    // What an operator may ask about is traced without being asked for.
+    config( { .minLimitCells = 300000 } );
+    EXPECT_EQ( agent.ask( { "reload" } ).status, 0 );
+    EXPECT_TRUE( contains( agent.logUpTo( "Scheduling buffer log clock" ),
+                           "reconfigureSharedPools: Ingress buffer reserved > totalCells" ) );
+
     EXPECT_EQ( agent.stop(), 0 );
     EXPECT_FALSE( exists( "socket" ) || exists( "socket.lock" ) || exists( "socket.warm" ) );
     EXPECT_EQ( agent.ask( showBuf ), ( Outcome{ 1, "", "no agent answers on " + socket + "\n" } ) );
