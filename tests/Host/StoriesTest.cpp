@@ -31,9 +31,8 @@ std::string textOf( const fs::path & path ) {
 
 // Without line numbers of sources, and without the recorded events that follow a failed assertion.
 std::string comparable( std::string err ) {
-    static constexpr std::string_view failed = "Assertion \"0\" failed.\n";
-    if ( const auto at = err.find( failed ); at != std::string::npos ) {
-        err.resize( at + failed.size() );
+    if ( const auto failed = err.find( ": Assertion \"" ); failed != std::string::npos ) {
+        err.resize( err.find( '\n', failed ) + 1 );
     }
     static const std::regex lineNumber( "\\.(cpp|h):[0-9]+" );
     return std::regex_replace( err, lineNumber, ".$1" );
