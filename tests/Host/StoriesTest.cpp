@@ -91,4 +91,9 @@ TEST_P( Stories, endAsWritten ) {
 }
 
 INSTANTIATE_TEST_SUITE_P( in, Stories, testing::ValuesIn( foldersOfStories() ),
-                          []( const auto & folder ) { return folder.param.filename().string(); } );
+                          []( const auto & folder ) {
+                              std::string name = folder.param.filename().string();
+                              std::ranges::replace( name, '-',
+                                                    '_' ); // no character of a test's name
+                              return name;
+                          } );

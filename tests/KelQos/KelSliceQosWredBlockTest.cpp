@@ -78,6 +78,12 @@ TEST_F( WredBlockTest, TheEndProgramsNothingAndNobodyListensAnyMore ) {
     config->pipeConfigDel( pipe2 );
     EXPECT_EQ( takeLines(), Lines{} );
     EXPECT_EQ( chip.state().wredEntries.size(), 3U );
+    EXPECT_EQ( held->owner(), nullptr );
+
+    auto alone = kelSliceQosWredBlockPipeSmFactory( 1, pdIntf, program, pipe2, entries );
+    const auto heldAlone = alone->velPipeConfig();
+    alone = nullptr;
+    EXPECT_EQ( heldAlone->owner(), nullptr );
 }
 
 TEST_F( WredBlockTest, WhatIsWrittenRemovedOrRefusedIsInTheRingTrace ) {
