@@ -15,6 +15,15 @@ TEST( BufferAccount, equalsTheFullWalkAfterAnyChange ) {
     auto config = configs[0];
     BufferAccount account;
     EXPECT_EQ( account.reservation( nullptr ), Reservation() );
+    account.reservation( config.get() );
+    // Every port of the one is still to be counted when the other is asked about.
+    for ( U32 port = 0; port <= PortIndex::invalid; ++port ) {
+        for ( const auto & each : configs ) {
+            each->tmIntfConfigIs( PortIndex( port ) )
+                ->flowControlTypeIs( flowControlTypeLinkPause );
+        }
+    }
+    ASSERT_EQ( account.reservation( configs[1].get() ), BufferAccount::walk( *configs[1] ) );
     std::mt19937 random( 42 ); // NOLINT(cert-msc51-cpp): the same changes every time
     const auto pick = [&random]( U32 n ) { return static_cast<U32>( random() % n ); };
     for ( int round = 0; round < 3000; ++round ) {
