@@ -181,6 +181,18 @@ TEST_F( StateStore, anotherClockReportsAtOnceAndGoesOnOnItsOwnScale ) {
     EXPECT_EQ( switch1.takeLog(), report );
 }
 
+TEST_F( StateStore, anotherTimerWheelRetriesAtOnce ) {
+    switch1.chip.faults().faultIs( { *KelModel::Operation::named( "bf_tm_ppg_allocate" ), 10, 1 } );
+    intf->tmPpgConfigIs( SmallChip::newPpg( 2, 0x04 ) );
+    switch1.advance( 0.0 );
+    switch1.takeLog();
+    const auto waiting = reactor()->velTmPpgConfig( PpgId( 2 ) );
+    EXPECT_TRUE( waiting->initialized() );
+    waiting->pollClockIs( Kel::TimerWheelIs( switch1.clock, 100, 30000, true, 1024 ) );
+    EXPECT_EQ( switch1.takeLog().front(), "call bf_tm_ppg_allocate(0, 4) = 0 -> 1" );
+    EXPECT_THROW( waiting->pollClockIs( nullptr ), Kel::NullArgumentException );
+}
+
 TEST_F( StateStore, hostMayEmptyTheCollectionsOfReactors ) {
     expectSilence( [&] { reactor()->tmTxQueueConfigDelAll(); } );
     EXPECT_TRUE( reactor()->initialized() && reactor()->velTmTxQueueConfig().empty() );
