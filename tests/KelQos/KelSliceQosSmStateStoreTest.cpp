@@ -1,4 +1,4 @@
-#include "KelQos/Show/KelSliceQosCli.h"
+#include "KelQos/Leak/KelSliceQosLeakHandlerSm.h"
 #include "KelQos/Slice/KelSliceQosSmPpg.h"
 #include "KelQos/Slice/KelSliceQosSmReactors.h"
 #include "KelQos/Slice/KelSliceQosSmTxQueue.h"
@@ -9,7 +9,8 @@
 
 namespace {
 
-// Entities of the state store that take the place of others.
+// What happens in a state store that no scenario can say: entities take the place of others, and
+// hold what no switch document does.
 
 using namespace KelQos;
 using Kel::IntfId;
@@ -19,9 +20,9 @@ using TestSupport::SmallChip;
 using Lines = std::vector<std::string>;
 
 // A port that is configured with a group and a queue.
-class Replacement : public testing::Test {
+class StateStore : public testing::Test {
   protected:
-    Replacement() {
+    StateStore() {
         switch1.addPort( "Ethernet1", 4 );
         intf->tmPpgConfigIs( SmallChip::newPpg( 1, 0x02 ) );
         intf->tmTxQueueConfigIs( SmallChip::newQueue( 0, 50 ) );
@@ -50,7 +51,7 @@ class Replacement : public testing::Test {
     Kel::Ptr<TmIntfConfig> intf = switch1.addIntf( 4 );
 };
 
-TEST_F( Replacement, ofAGroupProgramsAllOfIt ) {
+TEST_F( StateStore, anotherGroupEntityIsProgrammedInFull ) {
     const auto old = intf->tmPpgConfig( PpgId( 1 ) );
     const auto group = reactor()->velTmPpgConfig( PpgId( 1 ) );
     intf->tmPpgConfigIs( SmallChip::newPpg( 1, 0x10, true, 5 ) );
@@ -69,7 +70,7 @@ TEST_F( Replacement, ofAGroupProgramsAllOfIt ) {
     expectSilence( [&] { group->cleanup(); } );
 }
 
-TEST_F( Replacement, ofAQueueProgramsAllOfIt ) {
+TEST_F( StateStore, anotherQueueEntityIsProgrammedInFull ) {
     const TxQueueId id( 0 );
     const auto old = intf->tmTxQueueConfig( id );
     const auto queue = reactor()->velTmTxQueueConfig( id );
@@ -87,7 +88,7 @@ TEST_F( Replacement, ofAQueueProgramsAllOfIt ) {
 
 // The shaper and the flow control, then the groups and queues that it has, and then those go that
 // it has no longer. A group that is new is allocated when timers are served.
-TEST_F( Replacement, ofAPortProgramsAllOfIt ) {
+TEST_F( StateStore, anotherPortEntityIsProgrammedInFull ) {
     switch1.mapAllClasses();
     const auto port = reactor();
     const auto other = makePtr<TmIntfConfig>( PortIndex( 4 ) );
@@ -120,7 +121,7 @@ TEST_F( Replacement, ofAPortProgramsAllOfIt ) {
     } );
 }
 
-TEST_F( Replacement, ofTheConfigurationCountsAndProgramsTheNewOneAlone ) {
+TEST_F( StateStore, anotherConfigurationAloneCountsAndIsProgrammed ) {
     // What has not been counted yet when the configuration goes must not be looked for in the next.
     intf->tmTxQueueConfigDel( TxQueueId( 0 ) );
     const auto old = std::exchange( switch1.tmConfig, makePtr<TmConfig>() );
@@ -138,7 +139,7 @@ TEST_F( Replacement, ofTheConfigurationCountsAndProgramsTheNewOneAlone ) {
     expectSilence( [&] { old->tmIntfConfigIs( PortIndex( 7 ) ); } );
 }
 
-TEST_F( Replacement, ofAnInterfaceStatusAppliesTheShaperAtOnce ) {
+TEST_F( StateStore, anotherInterfaceStatusAppliesTheShaperAtOnce ) {
     const IntfId intfId( "Ethernet1" );
     KelSliceQosSm & sm = *switch1.sm;
     intf->shapeRateIs( ShapeRate( 1, 40000000, 64 ) );
@@ -160,10 +161,14 @@ TEST_F( Replacement, ofAnInterfaceStatusAppliesTheShaperAtOnce ) {
     EXPECT_EQ( switch1.takeLog().front(), "call bf_tm_sched_port_shaping_enable(0, 4) = 0" );
     EXPECT_EQ( sm.intfStatus( intfId ), reactor );
     EXPECT_FALSE( sm.intfStatusHas( IntfId( "Ethernet2" ) ) );
-    expectSilence( [&] { switch1.intfStatusDir->intfStatusDel( intfId ); } );
+    expectSilence( [&] {
+        switch1.intfStatusDir->intfStatusDel( intfId );
+        sm.intfStatusDelAll();
+    } );
+    EXPECT_TRUE( sm.intfStatus().empty() );
 }
 
-TEST_F( Replacement, ofTheClockReportsAtOnceAndGoesOnOnTheScaleOfTheNewOne ) {
+TEST_F( StateStore, anotherClockReportsAtOnceAndGoesOnOnItsOwnScale ) {
     switch1.tmBufferParams->totalCellsAvailableForIngressIs( 10 );
     switch1.takeLog();
     switch1.sm->velClock()->notifierIs(
@@ -176,7 +181,39 @@ TEST_F( Replacement, ofTheClockReportsAtOnceAndGoesOnOnTheScaleOfTheNewOne ) {
     EXPECT_EQ( switch1.takeLog(), report );
 }
 
-TEST_F( Replacement, ofTheCallbackOutlivesTheOneThatWasReplaced ) {
+TEST_F( StateStore, anotherTimerWheelRetriesAtOnce ) {
+    switch1.chip.faults().faultIs( { *KelModel::Operation::named( "bf_tm_ppg_allocate" ), 10, 1 } );
+    intf->tmPpgConfigIs( SmallChip::newPpg( 2, 0x04 ) );
+    switch1.advance( 0.0 );
+    switch1.takeLog();
+    const auto waiting = reactor()->velTmPpgConfig( PpgId( 2 ) );
+    EXPECT_TRUE( waiting->initialized() );
+    waiting->pollClockIs( Kel::TimerWheelIs( switch1.clock, 100, 30000, true, 1024 ) );
+    EXPECT_EQ( switch1.takeLog().front(), "call bf_tm_ppg_allocate(0, 4) = 0 -> 1" );
+    EXPECT_THROW( waiting->pollClockIs( nullptr ), Kel::NullArgumentException );
+}
+
+TEST_F( StateStore, hostMayEmptyTheCollectionsOfReactors ) {
+    expectSilence( [&] { reactor()->tmTxQueueConfigDelAll(); } );
+    EXPECT_TRUE( reactor()->initialized() && reactor()->velTmTxQueueConfig().empty() );
+    switch1.sm->tmIntfConfigDelAll();
+    EXPECT_EQ( switch1.takeStory().at( 1 ), "call bf_tm_ppg_free(0, 0) = 0" );
+    EXPECT_TRUE( switch1.sm->velTmIntfConfig().empty() );
+}
+
+TEST_F( StateStore, leakHandlerThatIsHeldForLongerPollsNothing ) {
+    const auto leakHandler = switch1.sm->leakHandlerSm();
+    switch1.stop();
+    EXPECT_FALSE( leakHandler->velPollClock() );
+    switch1.tmCountersData->setBlockLevelCounter( KelId::KelDevId( 0 ), KelId::KelPipeId( 0 ),
+                                                  blockLevelEpipePktDrop, {}, 5 );
+    switch1.advance( 5.0 );
+    EXPECT_EQ( leakHandler->leakedPktsFromLastPoll(), 0U );
+    switch1.tmBufferParams->leakThresholdIs( 6 );
+    EXPECT_EQ( leakHandler->leakedPktsFromLastPoll(), 0U );
+}
+
+TEST_F( StateStore, callbackOfAnotherOwnerStaysOnTheChannel ) {
     class Other : public Agent::AgentCommandCallback {
       public:
         Other() : AgentCommandCallback( "Other", "KelSliceQos" ) {}
@@ -186,6 +223,74 @@ TEST_F( Replacement, ofTheCallbackOutlivesTheOneThatWasReplaced ) {
     switch1.cmdRequestDirSm->agentCommandCallbackIs( other );
     switch1.stop();
     EXPECT_EQ( switch1.cmdRequestDirSm->agentCommandCallback( "KelSliceQos" ).get(), other.get() );
+}
+
+TEST_F( StateStore, valueThatBreaksAnInvariantEndsTheProcess ) {
+    switch1.addPort( "Internal67", 64 );
+    const U32 invalid = TmConfigConstants::minLimitCellsInvalid();
+    const std::string failed = "\\(\\): Assertion \"notifier\\(\\)->minLimitCells\\(\\) != "
+                               "TmConfigConstants::minLimitCellsInvalid\\(\\)\" failed";
+    EXPECT_DEATH( intf->tmPpgConfig( PpgId( 1 ) )->minLimitCellsIs( invalid ),
+                  "handlePpgMinLimitCells" + failed );
+    EXPECT_DEATH( intf->tmTxQueueConfig( TxQueueId( 0 ) )->minLimitCellsIs( invalid ),
+                  "handleTxQueueMinLimitCells" + failed );
+    EXPECT_DEATH( intf->flowControlTypeIs( static_cast<FlowControlType>( 3 ) ),
+                  "Assertion \"0\" failed" );
+    EXPECT_DEATH( switch1.systemStatus->portInfoDel( IntfId( "Internal67" ) ),
+                  "Failed\\(systemStatus\\(\\)->portInfoHas\\( intfId \\)\\) We should never be "
+                  "notified about deletion of cpu ports\n.*Assertion" );
+    EXPECT_DEATH( switch1.addPort( "Internal69", 66 ),
+                  "Failed\\(false\\) Unknown internal port\n.*Assertion" );
+    // Of a group that the chip has none for nothing is looked at.
+    switch1.chip.faults().faultIs( { *KelModel::Operation::named( "bf_tm_ppg_allocate" ), 9, 1 } );
+    const auto idle = intf->tmPpgConfigIs( PpgId( 2 ) );
+    switch1.advance( 0.0 );
+    switch1.takeLog();
+    expectSilence( [&] { idle->minLimitCellsIs( invalid ); } );
+}
+
+TEST_F( StateStore, portWithoutAnInterfaceIsProgrammedButNotPublished ) {
+    switch1.addIntf( 9 );
+    const Lines story = switch1.takeStory();
+    EXPECT_EQ( story.back(), "call bf_tm_port_flowcontrol_rx_set(0, 9, 0) = 0" );
+    EXPECT_EQ( story.size(), 5U );
+}
+
+TEST_F( StateStore, portThatReturnsToThePortTableIsPublishedAgain ) {
+    switch1.systemStatus->portInfoDel( IntfId( "Ethernet1" ) );
+    switch1.addPort( "Ethernet1", 4 );
+    EXPECT_EQ( switch1.takeLog(), ( Lines{ "status pfcEnabled Ethernet1 deleted",
+                                           "status pfcEnabled Ethernet1 none" } ) );
+}
+
+TEST_F( StateStore, statusFromEarlierGoesBeforeThePortIsProgrammed ) {
+    switch1.tmStatus->tmIntfStatusIs( PortIndex( 5 ) )->tmPpgStatusIs( PpgId( 6 ), true );
+    switch1.takeLog();
+    switch1.addIntf( 5 );
+    EXPECT_EQ( switch1.takeLog().front(), "status tmPpgStatus 5/6 deleted" );
+}
+
+TEST_F( StateStore, programsNothingBeforeInitialisation ) {
+    switch1.addPort( "Internal67", 64 );
+    switch1.tmBufferParams->totalCellsAvailableForIngressIs( 10 );
+    switch1.takeLog();
+    expectSilence( [&] {
+        switch1.sm->initializedIs( false );
+        switch1.sm->handlePortInfo();
+        switch1.addPort( "Ethernet2", 5 );
+        switch1.sm->handleSyslogClock();
+    } );
+}
+
+TEST_F( StateStore, leavesInTheRingTraceWhatAnOperatorMayAskAbout ) {
+    intf->tmPpgConfig( PpgId( 1 ) )->dynamicThresholdIs( bafInvalid );
+    intf->tmTxQueueConfig( TxQueueId( 0 ) )->dynamicThresholdIs( bafInvalid );
+    for ( const char * event :
+          { "handlePortInfo, port: Ethernet1",
+            "called with bafInvalid: error condition for devId, portId, ppgId:0 4 1",
+            "called with bafInvalid: error condition for devId, portId, txQid:0 4 0" } ) {
+        EXPECT_NE( Kel::ringTraceText().find( event ), std::string::npos ) << event;
+    }
 }
 
 } // namespace
