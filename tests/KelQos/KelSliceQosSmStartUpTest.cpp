@@ -26,6 +26,22 @@ TEST( KelSliceQosSmStartUp, endsReadyToAnswer ) {
                sm.cliCallback().get() );
 }
 
+TEST( KelSliceQosSmStartUp, whatHasStartedSaysSo ) {
+    SmallChip switch1;
+    const auto config = switch1.addIntf( 4 );
+    const auto ppg = SmallChip::newPpg( 3, 0x08 );
+    const auto queue = SmallChip::newQueue( 3 );
+    config->tmPpgConfigIs( ppg );
+    config->tmTxQueueConfigIs( queue );
+    KelSliceQosSm & sm = switch1.start();
+    const auto intf = sm.velTmIntfConfig( PortIndex( 4 ) );
+    EXPECT_TRUE( intf->initialized() && intf->velTmPpgConfig( PpgId( 3 ) )->initialized() &&
+                 intf->velTmTxQueueConfig( TxQueueId( 3 ) )->initialized() );
+    EXPECT_FALSE( sm.newTmIntfConfig( PortIndex( 4 ), config )->initialized() ||
+                  intf->newTmPpgConfig( PpgId( 3 ), ppg )->initialized() ||
+                  intf->newTmTxQueueConfig( TxQueueId( 3 ), queue )->initialized() );
+}
+
 TEST( KelSliceQosSmStartUp, leavesOutWhatItWasNotGivenButNeedsTheCommandChannel ) {
     Kel::ActivityManager activityManager;
     KelModel::Chip chip;

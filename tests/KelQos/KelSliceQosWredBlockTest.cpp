@@ -153,6 +153,14 @@ TEST_F( WredBlockDeathTest, WhatIsMissingAtStartIsFatal ) {
                   failed( "KelSliceQosWredBlockPipeSm", init, "pdIntf\\(\\)" ) );
     EXPECT_DEATH( kelSliceQosWredBlockPipeSmFactory( 1, pdIntf, program, pipe0, nullptr ),
                   failed( "KelSliceQosWredBlockPipeSm", init, "pipeConfig\\(\\)" ) );
+
+    createWithPipe2();
+    sm->velWredBlockConfig()->notifierIs( nullptr );
+    EXPECT_DEATH( sm->handlePipeConfig( pipe2 ),
+                  failed( "KelSliceQosWredBlockSm", "handlePipeConfig\\(KelDriver::KelDevTgt\\)",
+                          "wredBlockConfig\\(\\)" ) );
+    EXPECT_DEATH( sm->handlePipeConfig(),
+                  failed( "KelSliceQosWredBlockSm", "handlePipeConfig\\(\\)", "config" ) );
 }
 
 TEST_F( WredBlockDeathTest, ASecondConfigurationForOnePipeIsFatal ) {
