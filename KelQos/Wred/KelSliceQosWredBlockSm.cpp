@@ -128,8 +128,8 @@ void KelSliceQosWredBlockSm::handleInitialized() {
 
 void KelSliceQosWredBlockSm::handlePipeConfig() {
     KEL_TRACE( wredTrace, 3 ) << "void KelQos::KelSliceQosWredBlockSm::handlePipeConfig(): ";
+    KEL_ASSERT( wredBlockConfig() );
     const Kel::Ptr<const WredBlockConfig> config( wredBlockConfig() );
-    KEL_ASSERT( config );
     for ( const auto entry : config->pipeConfig() ) {
         handlePipeConfig( entry.key );
     }

@@ -159,8 +159,9 @@ TEST_F( WredBlockDeathTest, WhatIsMissingAtStartIsFatal ) {
     EXPECT_DEATH( sm->handlePipeConfig( pipe2 ),
                   failed( "KelSliceQosWredBlockSm", "handlePipeConfig\\(KelDriver::KelDevTgt\\)",
                           "wredBlockConfig\\(\\)" ) );
-    EXPECT_DEATH( sm->handlePipeConfig(),
-                  failed( "KelSliceQosWredBlockSm", "handlePipeConfig\\(\\)", "config" ) );
+    EXPECT_DEATH(
+        sm->handlePipeConfig(),
+        failed( "KelSliceQosWredBlockSm", "handlePipeConfig\\(\\)", "wredBlockConfig\\(\\)" ) );
 }
 
 TEST_F( WredBlockDeathTest, ASecondConfigurationForOnePipeIsFatal ) {
