@@ -191,6 +191,12 @@ TEST_F( StateStore, anotherTimerWheelRetriesAtOnce ) {
     waiting->pollClockIs( Kel::TimerWheelIs( switch1.clock, 100, 30000, true, 1024 ) );
     EXPECT_EQ( switch1.takeLog().front(), "call bf_tm_ppg_allocate(0, 4) = 0 -> 1" );
     EXPECT_THROW( waiting->pollClockIs( nullptr ), Kel::NullArgumentException );
+    // One that has its group, though its handle is 0, has nothing to ask for.
+    const auto programmed = reactor()->velTmPpgConfig( PpgId( 1 ) );
+    EXPECT_EQ( programmed->ppgHandle(), 0 );
+    expectSilence( [&] {
+        programmed->pollClockIs( Kel::TimerWheelIs( switch1.clock, 100, 30000, true, 1024 ) );
+    } );
 }
 
 TEST_F( StateStore, hostMayEmptyTheCollectionsOfReactors ) {
