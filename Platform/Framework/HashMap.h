@@ -139,8 +139,7 @@ class HashMap {
         Slot & slot = slots_[position];
         slot.live = false;
         --size_;
-        std::optional<Value> value( std::move( slot.value ) );
-        slot.value = Value{};
+        std::optional<Value> value( std::exchange( slot.value, Value{} ) );
         if ( size_ == 0 && walks_ == 0 ) {
             slots_.clear();
         }

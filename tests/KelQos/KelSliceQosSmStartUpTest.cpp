@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace {
 
@@ -24,6 +25,10 @@ TEST( KelSliceQosSmStartUp, endsReadyToAnswer ) {
     EXPECT_TRUE( sm.initialized() && sm.hasNotificationActive() && sm.leakHandlerSm() );
     EXPECT_EQ( switch1.cmdRequestDirSm->agentCommandCallback( "KelSliceQos" ).get(),
                sm.cliCallback().get() );
+    const Kel::TimerWheel & wheel = *sm.timerWheel();
+    EXPECT_EQ( wheel.clock(), switch1.activityManager.config()->clock() );
+    EXPECT_EQ( std::tuple( wheel.slotWidth(), wheel.horizon(), wheel.shared(), wheel.slots() ),
+               std::tuple( 100U, 30000U, true, 1024U ) );
 }
 
 TEST( KelSliceQosSmStartUp, whatHasStartedSaysSo ) {
