@@ -13,6 +13,7 @@
 #include <sys/time.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -90,6 +91,33 @@ const std::string & longText() {
         return numbers;
     }();
     return text;
+}
+
+// A packet socket keeps the pieces apart.
+TEST( Reply, goesInPiecesOfItsBuffersSize ) {
+    constexpr std::size_t full = 65536;
+    const auto pieces = []( const std::function<void( KelSliceQosReply & )> & fill ) {
+        const Channel channel = Channel::socket( SOCK_SEQPACKET );
+        std::thread writer( [&] {
+            KelSliceQosReply reply( channel.fd() );
+            fill( reply.repeated( 'x', full - 1 ) );
+        } );
+        std::vector<std::size_t> sizes;
+        std::vector<char> piece( 2 * full );
+        do {
+            const ssize_t size = recv( channel.reader(), piece.data(), piece.size(), 0 );
+            sizes.push_back( static_cast<std::size_t>( size ) );
+        } while ( sizes.back() == full );
+        writer.join();
+        return sizes;
+    };
+    using Sizes = std::vector<std::size_t>;
+    EXPECT_EQ( pieces( []( auto & reply ) { reply.text( "a" ).text( "b" ); } ),
+               ( Sizes{ full, 1 } ) );
+    EXPECT_EQ( pieces( []( auto & reply ) { reply.text( "ab" ); } ), ( Sizes{ full, 1 } ) );
+    EXPECT_EQ( pieces( []( auto & reply ) { reply.repeated( 'a', 2 ); } ), ( Sizes{ full, 1 } ) );
+    EXPECT_EQ( pieces( []( auto & reply ) { reply.text( std::string( full + 2, 'a' ) ); } ),
+               ( Sizes{ full, full, 1 } ) );
 }
 
 TEST( Reply, formatsAsPrintfDoes ) {
