@@ -1,7 +1,8 @@
-#include "KelQos/Slice/KelSliceQosSmAccount.h"
+#include "KelQos/Slice/KelSliceQosSmPools.h"
 
 #include <functional>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <random>
 
 namespace {
@@ -70,6 +71,17 @@ TEST( BufferAccount, isRightOnAStoreThatCannotTell ) {
     intf->parentIs( nullptr );
     intf->flowControlTypeIs( flowControlTypeLinkPause );
     EXPECT_EQ( account.reservation( config.get() ).headroomCells, 232U );
+}
+
+TEST( BufferAllocationLogState, isNamedByItsNumber ) {
+    const char * names[]{ "bufferAllocationIngressRecoveredLog",
+                          "bufferAllocationEgressRecoveredLog", "bufferAllocationIngressFailedLog",
+                          "bufferAllocationEgressFailedLog", "unknown" };
+    for ( U8 number = 0; number < std::size( names ); ++number ) {
+        EXPECT_STREQ( stringValue( static_cast<BufferAllocationLogState>( number ) ),
+                      names[number] );
+    }
+    EXPECT_STREQ( stringValue( bufferAllocationEgressFailedLog_ ), names[3] );
 }
 
 } // namespace
