@@ -36,8 +36,11 @@ Ptr<KelSliceQosSm> kelSliceQosSmFactory(
         std::move( tmCountersDataLastClear ), std::move( ethPhyIntfStatusDir ) );
 }
 
+KelSliceQosSm::KelSliceQosSm( U32 deviceId ) : deviceId_( deviceId ), pools_( deviceId ) {}
+
+// Delegates so that the destructor tidies up when somebody who is told of the start throws.
 KelSliceQosSm::KelSliceQosSm( const KelSliceQosSmInputs & inputs )
-    : deviceId_( inputs.deviceId ), pools_( inputs.deviceId ) {
+    : KelSliceQosSm( inputs.deviceId ) {
     createReactors( inputs );
     // Only traces, since nothing is initialised yet.
     handlePortInfo();
@@ -176,20 +179,24 @@ KelSliceQosSm::leakHandlerSmIs( U32 deviceId, Ptr<const KelSlice::ChipStatus> ch
         KelSliceQosLeakHandlerSmIs( deviceId, std::move( chipStatus ), std::move( tmBufferParams ),
                                     std::move( tmCountersData ) );
     leakHandler->hasNotificationActiveIs( true );
-    leakHandlerSmDel();
-    leakHandlerSm_ = leakHandler;
-    attributeChanged( leakHandlerSmAttr );
+    replaceLeakHandlerSm( leakHandler );
     return leakHandler;
 }
 
-// Whoever holds it for longer holds one that polls nothing: what it would do about a leak is no
-// longer this process's to do.
 void KelSliceQosSm::leakHandlerSmDel() {
-    if ( const auto released = std::exchange( leakHandlerSm_, nullptr ) ) {
-        released->pollClockDel();
-        released->tmBufferParamsDel();
-        attributeChanged( leakHandlerSmAttr );
+    if ( leakHandlerSm_ ) {
+        replaceLeakHandlerSm( nullptr );
     }
+}
+
+// Whoever holds the former one for longer holds one that polls nothing: what it would do about a
+// leak is no longer this process's to do.
+void KelSliceQosSm::replaceLeakHandlerSm( const Ptr<KelSliceQosLeakHandlerSm> & leakHandler ) {
+    if ( const auto former = std::exchange( leakHandlerSm_, leakHandler ) ) {
+        former->pollClockDel();
+        former->tmBufferParamsDel();
+    }
+    attributeChanged( leakHandlerSmAttr );
 }
 
 Ptr<KelSliceQosCli> KelSliceQosSm::cliCallbackIs( const std::string & name,
@@ -198,28 +205,29 @@ Ptr<KelSliceQosCli> KelSliceQosSm::cliCallbackIs( const std::string & name,
          cliCallback_->kelSliceQosSm() == sm ) {
         return cliCallback_;
     }
-    cliCallbackDel();
     auto callback = KelSliceQosCli::KelSliceQosCliIs( name, owner, sm );
     callback->parentIs( this );
-    cliCallback_ = callback;
-    attributeChanged( cliCallbackAttr );
+    replaceCliCallback( callback );
     return callback;
 }
 
-// The command channel may hold the callback for longer. It gets no more commands, and whoever still
-// holds it cannot reach this state machine.
 void KelSliceQosSm::cliCallbackDel() {
-    const auto callback = std::exchange( cliCallback_, nullptr );
-    if ( !callback ) {
-        return;
+    if ( cliCallback_ ) {
+        replaceCliCallback( nullptr );
     }
-    if ( cmdRequestDirSm_ &&
-         cmdRequestDirSm_->agentCommandCallback( callback->commandType() ).get() ==
-             callback.get() ) {
-        cmdRequestDirSm_->agentCommandCallbackDel( callback->commandType() );
+}
+
+// The command channel may hold the former one for longer. It gets no more commands, and whoever
+// still holds it cannot reach this state machine.
+void KelSliceQosSm::replaceCliCallback( const Ptr<KelSliceQosCli> & callback ) {
+    if ( const auto former = std::exchange( cliCallback_, callback ) ) {
+        const std::string & type = former->commandType();
+        if ( cmdRequestDirSm_ && cmdRequestDirSm_->agentCommandCallback( type ) == former ) {
+            cmdRequestDirSm_->agentCommandCallbackDel( type );
+        }
+        former->parentIs( nullptr );
+        former->kelSliceQosSmIs( nullptr );
     }
-    callback->parentIs( nullptr );
-    callback->kelSliceQosSmIs( nullptr );
     attributeChanged( cliCallbackAttr );
 }
 

@@ -186,7 +186,8 @@ class KelSliceQosSm : public Kel::Entity {
     const VelTmIntfConfigs & velTmIntfConfig() const { return velTmIntfConfig_; }
     Kel::Ptr<VelTmIntfConfig> velTmIntfConfig( KelPortTypes::PortIndex port ) const;
     bool velTmIntfConfigHas( KelPortTypes::PortIndex port ) const;
-    // Makes a reactor that is not in the collection yet, and programs nothing.
+    // Makes a reactor that is not in the collection yet, and programs nothing. Whoever keeps it out
+    // of the collection drops it before this state machine ends.
     Kel::Ptr<VelTmIntfConfig> newTmIntfConfig( KelPortTypes::PortIndex port,
                                                Kel::Ptr<const TmIntfConfig> config );
     // Creates the port's reactor, which programs the port, or points it at another entity. Throws
@@ -202,7 +203,7 @@ class KelSliceQosSm : public Kel::Entity {
     const IntfStatuses & intfStatus() const { return intfStatus_; }
     Kel::Ptr<VelIntfStatus> intfStatus( Kel::IntfId intfId ) const;
     bool intfStatusHas( Kel::IntfId intfId ) const;
-    // Makes a reactor that is not in the collection yet; it applies the port's shaper.
+    // Makes a reactor that is not in the collection yet, likewise; it applies the port's shaper.
     Kel::Ptr<VelIntfStatus> newIntfStatus( Kel::Ptr<const Interface::EthPhyIntfStatus> status );
     // Creates the interface's reactor, or points it at another status; either way the port's shaper
     // is applied again. Throws Kel::NullArgumentException for null.
@@ -249,12 +250,16 @@ class KelSliceQosSm : public Kel::Entity {
     TxQSorter fetchTxQCounters( const KelSystem::PortInfo & portInfo, bool nonZeroOnly ) const;
 
   private:
+    explicit KelSliceQosSm( U32 deviceId );
+
     void createReactors( const KelSliceQosSmInputs & inputs );
     // Make the reactors match the configuration, and the status directory, as they are now.
     void syncTmIntfConfig();
     void syncIntfStatus();
     void velDoZombieReactors( bool zombie );
     void dismissReactors();
+    void replaceLeakHandlerSm( const Kel::Ptr<KelSliceQosLeakHandlerSm> & leakHandler );
+    void replaceCliCallback( const Kel::Ptr<KelSliceQosCli> & callback );
 
     // The port of an interface, PortIndex::invalid when it is not in the port table.
     KelPortTypes::PortIndex portIndexOf( Kel::IntfId intfId ) const;

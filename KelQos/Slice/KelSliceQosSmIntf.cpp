@@ -63,6 +63,9 @@ void VelTmIntfConfig::dismiss() {
 }
 
 void VelTmIntfConfig::handleInitialized() {
+    if ( !isAtWork() ) {
+        return;
+    }
     KEL_TRACE( sliceTrace, 5 ) << "handleInitialized: portIndex:" << portIndex().value();
     const TmIntfConfig * const config = notifier();
     // Status left from an earlier configuration of the interface says nothing about the groups of
@@ -184,6 +187,9 @@ void VelTmIntfConfig::syncPpgsAndQueues() {
 }
 
 void VelTmIntfConfig::handleTmPpgConfig( PpgId id ) {
+    if ( !isAtWork() ) {
+        return;
+    }
     if ( auto config = notifier()->tmPpgConfig( id ) ) {
         tmPpgConfigIs( id, std::move( config ) );
     } else {
@@ -217,13 +223,16 @@ VelTmIntfConfig::newTmPpgConfig( PpgId id, Ptr<const TmPpgConfig> config ) {
 void VelTmIntfConfig::tmPpgConfigDel( PpgId id ) { velTmPpgConfig_.del( id ); }
 
 void VelTmIntfConfig::tmPpgConfigDelAll() {
+    const Ptr<VelTmIntfConfig> alive( this );
     for ( auto entry : velTmPpgConfig_ ) {
         tmPpgConfigDel( entry.key );
     }
 }
 
 void VelTmIntfConfig::handleTmTxQueueConfig( TxQueueId id ) {
-    tmTxQueueConfigIs( id, notifier()->tmTxQueueConfig( id ) );
+    if ( isAtWork() ) {
+        tmTxQueueConfigIs( id, notifier()->tmTxQueueConfig( id ) );
+    }
 }
 
 Ptr<VelTmIntfConfig::VelTmTxQueueConfig> VelTmIntfConfig::velTmTxQueueConfig( TxQueueId id ) const {

@@ -55,7 +55,8 @@ class KelSliceQosSm::VelTmIntfConfig
     // Creates the group's reactor, or points it at another entity. Returns the reactor, or null
     // when this one was dismissed. Throws Kel::NullArgumentException for null.
     Kel::Ptr<VelTmPpgConfig> tmPpgConfigIs( PpgId id, Kel::Ptr<const TmPpgConfig> config );
-    // Makes a reactor that is not in the collection yet.
+    // Makes a reactor that is not in the collection yet. Whoever keeps it out of the collection
+    // drops it before this one ends.
     Kel::Ptr<VelTmPpgConfig> newTmPpgConfig( PpgId id, Kel::Ptr<const TmPpgConfig> config );
     // Releases the group in the chip and drops its reactor.
     void tmPpgConfigDel( PpgId id );

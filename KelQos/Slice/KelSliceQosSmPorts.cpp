@@ -52,6 +52,7 @@ void KelSliceQosSm::handlePortInfo() {
     if ( !initialized() || !ports ) {
         return;
     }
+    const Ptr<KelSliceQosSm> alive( this );
     for ( auto entry : ports->portInfo() ) {
         handlePortInfo( entry.key );
     }

@@ -60,6 +60,9 @@ void VelTmPpgConfig::dismiss() {
 }
 
 void VelTmPpgConfig::handleInitialized() {
+    if ( !isAtWork() ) {
+        return;
+    }
     pollClockIs( sm()->timerWheel() );
     initializedIs( true );
 }
@@ -78,7 +81,7 @@ S32 VelTmPpgConfig::allocate( S32 & handle ) const {
 }
 
 void VelTmPpgConfig::handlePpgClock() {
-    if ( !isAtWork() ) {
+    if ( !isAtWork() || !pollClock_ || !pollClock_->notifier() ) {
         return;
     }
     KEL_TRACE( sliceTrace, 4 ) << "handlePpgClock: devId, portId, ppgId " << sm()->deviceId() << " "

@@ -8,12 +8,10 @@ using Kel::IntfId;
 using Kel::Ptr;
 using KelPortTypes::PortIndex;
 
-void KelSliceQosSm::VelClock::handleNotifier() {
-    owner()->handleSyslogClock();
-    owner()->attributeChanged( clockAttr );
-}
-
 void KelSliceQosSm::VelTmConfig::handleTmIntfConfig( PortIndex port ) {
+    if ( !isAtWork() ) {
+        return;
+    }
     if ( auto config = notifier()->tmIntfConfig( port ) ) {
         owner()->tmIntfConfigIs( port, std::move( config ) );
     } else {
@@ -21,31 +19,15 @@ void KelSliceQosSm::VelTmConfig::handleTmIntfConfig( PortIndex port ) {
     }
 }
 
-void KelSliceQosSm::VelTmConfig::handleNotifier() {
-    owner()->syncTmIntfConfig();
-    owner()->attributeChanged( tmConfigAttr );
-}
-
-void KelSliceQosSm::VelTmBufferParams::handleNotifier() {
-    owner()->handleTotalCellsAvailableForIngress();
-    owner()->attributeChanged( tmBufferParamsAttr );
-}
-
-void KelSliceQosSm::VelSystemStatus::handleNotifier() {
-    owner()->attributeChanged( systemStatusAttr );
-}
-
 void KelSliceQosSm::VelEthPhyIntfStatusDir::handleIntfStatus( IntfId intfId ) {
+    if ( !isAtWork() ) {
+        return;
+    }
     if ( auto status = notifier()->intfStatus( intfId ) ) {
         owner()->intfStatusIs( std::move( status ) );
     } else {
         owner()->intfStatusDel( intfId );
     }
-}
-
-void KelSliceQosSm::VelEthPhyIntfStatusDir::handleNotifier() {
-    owner()->syncIntfStatus();
-    owner()->attributeChanged( ethPhyIntfStatusDirAttr );
 }
 
 KelSliceQosSm::VelIntfStatus::VelIntfStatus( Ptr<const Interface::EthPhyIntfStatus> status,

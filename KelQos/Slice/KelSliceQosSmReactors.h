@@ -19,7 +19,8 @@ class KelSliceQosSm::VelClock
     };
 
     using Reactor::Reactor;
-    void handleNotifier() override;
+    void handleNotifier() override { owner()->handleSyslogClock(); }
+    void tellOfNotifier() override { owner()->attributeChanged( clockAttr ); }
 };
 
 // The chip's configuration. Re-pointing makes the port reactors match the new one.
@@ -33,7 +34,8 @@ class KelSliceQosSm::VelTmConfig
     };
 
     using Reactor::Reactor;
-    void handleNotifier() override;
+    void handleNotifier() override { owner()->syncTmIntfConfig(); }
+    void tellOfNotifier() override { owner()->attributeChanged( tmConfigAttr ); }
 };
 
 // The buffer parameters. Re-pointing recomputes the shared pools.
@@ -46,7 +48,8 @@ class KelSliceQosSm::VelTmBufferParams
     };
 
     using Reactor::Reactor;
-    void handleNotifier() override;
+    void handleNotifier() override { owner()->handleTotalCellsAvailableForIngress(); }
+    void tellOfNotifier() override { owner()->attributeChanged( tmBufferParamsAttr ); }
 };
 
 // The port table. Re-pointing programs nothing.
@@ -59,7 +62,7 @@ class KelSliceQosSm::VelSystemStatus
     };
 
     using Reactor::Reactor;
-    void handleNotifier() override;
+    void tellOfNotifier() override { owner()->attributeChanged( systemStatusAttr ); }
 };
 
 // The directory of interface statuses. Re-pointing makes the status reactors match the new one.
@@ -74,7 +77,8 @@ class KelSliceQosSm::VelEthPhyIntfStatusDir
     };
 
     using Reactor::Reactor;
-    void handleNotifier() override;
+    void handleNotifier() override { owner()->syncIntfStatus(); }
+    void tellOfNotifier() override { owner()->attributeChanged( ethPhyIntfStatusDirAttr ); }
 };
 
 // The status of one interface. Whenever it gets a status to watch, also at its construction, it

@@ -31,6 +31,9 @@ void VelTmTxQueueConfig::programAll() {
 }
 
 void VelTmTxQueueConfig::handleTxQueuePfcCos() {
+    if ( !isAtWork() ) {
+        return;
+    }
     const U32 devId = deviceId();
     const U32 portId = port();
     // A queue that no PFC class is configured for is bound to the highest one.
@@ -40,6 +43,9 @@ void VelTmTxQueueConfig::handleTxQueuePfcCos() {
 }
 
 void VelTmTxQueueConfig::handleTxQueuePriority() {
+    if ( !isAtWork() ) {
+        return;
+    }
     const U32 devId = deviceId();
     const U32 portId = port();
     const bool roundRobin = notifier()->priority() != 0;
@@ -58,6 +64,9 @@ void VelTmTxQueueConfig::handleTxQueuePriority() {
 }
 
 void VelTmTxQueueConfig::handleTxQueueWrrWeight() {
+    if ( !isAtWork() ) {
+        return;
+    }
     const U32 devId = deviceId();
     const U32 portId = port();
     KEL_TM_CHECKED( bf_tm_sched_q_dwrr_weight_set( devId, portId, notifier()->txQueueId(),
@@ -65,6 +74,9 @@ void VelTmTxQueueConfig::handleTxQueueWrrWeight() {
 }
 
 void VelTmTxQueueConfig::handleTxQueueRateParameters() {
+    if ( !isAtWork() ) {
+        return;
+    }
     const auto * systemStatus = owner()->sm()->systemStatus();
     const bool internal = systemStatus && Kel::InternalIntfId::isInternalIntfId(
                                               systemStatus->portToIntfId( owner()->portIndex() ) );
@@ -111,6 +123,9 @@ void VelTmTxQueueConfig::doProgramGuaranteedRate() {
 }
 
 void VelTmTxQueueConfig::handleTxQueueDynamicThreshold() {
+    if ( !isAtWork() ) {
+        return;
+    }
     const U32 devId = deviceId();
     const U32 portId = port();
     const BurstAbsorptionCoeff baf = notifier()->dynamicThreshold();
@@ -127,6 +142,9 @@ void VelTmTxQueueConfig::handleTxQueueDynamicThreshold() {
 }
 
 void VelTmTxQueueConfig::handleTxQueueMinLimitCells() {
+    if ( !isAtWork() ) {
+        return;
+    }
     const U32 devId = deviceId();
     const U32 portId = port();
     KEL_ASSERT( notifier()->minLimitCells() != TmConfigConstants::minLimitCellsInvalid() );

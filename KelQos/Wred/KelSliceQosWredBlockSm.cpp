@@ -129,6 +129,7 @@ void KelSliceQosWredBlockSm::handleInitialized() {
 void KelSliceQosWredBlockSm::handlePipeConfig() {
     KEL_TRACE( wredTrace, 3 ) << "void KelQos::KelSliceQosWredBlockSm::handlePipeConfig(): ";
     KEL_ASSERT( wredBlockConfig() );
+    const Kel::Ptr<const Kel::Entity> alive( this );
     const Kel::Ptr<const WredBlockConfig> config( wredBlockConfig() );
     for ( const auto entry : config->pipeConfig() ) {
         handlePipeConfig( entry.key );

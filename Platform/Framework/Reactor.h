@@ -112,6 +112,8 @@ class Reactor : public Base {
     virtual void cleanup() {}
     // Another entity is watched from now on; not called for none.
     virtual void handleNotifier() {}
+    // Tells those who watch the owner that it has another entity, or none.
+    virtual void tellOfNotifier() {}
 
     void onAttribute( AttributeId id, const void * key ) final {
         if ( !isAtWork() ) {
@@ -130,10 +132,16 @@ class Reactor : public Base {
             return;
         }
         Base::notifierIs( std::move( notifier ) );
-        if ( isAtWork() && !this->isBeingDestroyed() ) {
-            const Ptr<Notifiee> self( this );
-            const Alive alive( *this );
+        if ( this->isBeingDestroyed() || !isInService() ) {
+            return;
+        }
+        const Ptr<Notifiee> self( this );
+        const Alive alive( *this );
+        if ( isAtWork() ) {
             handleNotifier();
+        }
+        if ( isInService() ) {
+            tellOfNotifier();
         }
     }
 
@@ -149,13 +157,15 @@ class Reactor : public Base {
   protected:
     // Whether there is something to react to, and somebody to do it for. False for good once it is
     // dismissed; a handler that has published asks again.
-    bool isAtWork() const { return !this->isZombie() && this->notifier(); }
+    bool isAtWork() const { return isInService() && this->notifier(); }
     // Whether, besides, the entity is still that one.
     bool isAtWorkOn( const Entity * entity ) const {
         return isAtWork() && this->notifier() == entity;
     }
 
   private:
+    bool isInService() const { return owner_ && !this->isZombie(); }
+
     // Holds those that a handler works for.
     struct Alive {
         explicit Alive( const Reactor & reactor ) : owner( reactor.owner_ ), top( reactor.top() ) {}

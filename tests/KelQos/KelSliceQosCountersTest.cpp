@@ -48,6 +48,9 @@ TEST( CounterRecords, havePrintedFormsThatReadBack ) {
     EXPECT_EQ( parsed<TxQCounterData>( txQText ), txQData );
     EXPECT_EQ( printed( blockData ), blockText );
     EXPECT_EQ( parsed<BlockLevelCounterData>( blockText ), blockData );
+    EXPECT_EQ( PpgCounterData(), PpgCounterData( 0, 0, 0, 0, 0, 0, 0 ) );
+    EXPECT_EQ( TxQCounterData(), TxQCounterData( 0, 0, 0 ) );
+    EXPECT_EQ( BlockLevelCounterData(), BlockLevelCounterData( "", 0 ) );
 }
 
 // Wherever a text ends too early or has another byte, it is refused, and nothing has changed.

@@ -81,6 +81,9 @@ TEST_F( WredBlockTest, TheEndProgramsNothingAndNobodyListensAnyMore ) {
     EXPECT_EQ( held->owner(), nullptr );
 
     auto alone = kelSliceQosWredBlockPipeSmFactory( 1, pdIntf, program, pipe2, entries );
+    takeLines();
+    entries->resourceConfigIs( 1, early );
+    EXPECT_EQ( takeLines().size(), 1U );
     const auto heldAlone = alone->velPipeConfig();
     alone = nullptr;
     EXPECT_EQ( heldAlone->owner(), nullptr );

@@ -1,12 +1,15 @@
 #include "tests/support/Watcher.h"
 #include "KelQos/Leak/KelSliceQosLeakHandlerSm.h"
+#include "KelQos/Show/KelSliceQosCli.h"
 #include "KelQos/Slice/KelSliceQosSmPpg.h"
 #include "KelQos/Slice/KelSliceQosSmReactors.h"
+#include "KelQos/Slice/KelSliceQosSmTxQueue.h"
 #include "tests/support/SmallChip.h"
 
 #include <cstdlib>
 #include <functional>
 #include <gtest/gtest.h>
+#include <stdexcept>
 
 namespace {
 
@@ -247,10 +250,25 @@ TEST_F( WatcherTest, dropsTheStateMachine ) {
               { "buffer parameters", ofSm,
                 [this] { switch1.tmBufferParams->totalCellsAvailableForIngressIs( 1 ); } },
               { "leaked packets", ofLeak, poll },
+              { "another leak handler", ofSm,
+                [this] {
+                    switch1.sm->leakHandlerSmIs( 0, switch1.chipStatus, switch1.tmBufferParams,
+                                                 switch1.tmCountersData );
+                } },
+              { "another callback", ofSm,
+                [this] { switch1.sm->cliCallbackIs( "x", "y", switch1.sm.get() ); } },
+              { "the port table, announced again",
+                [&]( Act act ) {
+                    switch1.pfcSharedState->pfcEnabledDelAll();
+                    return ofPfc( std::move( act ) );
+                },
+                [this] { switch1.sm->handlePortInfo(); } },
           } ) {
         SCOPED_TRACE( test.what );
         switch1.tmConfig->tmIntfConfigIs( newIntf( flowControlTypePfc, 0x08 ) );
         switch1.addPort( "Ethernet1", 4 );
+        switch1.addPort( "Ethernet2", 5 );
+        switch1.addIntf( 5 );
         switch1.start();
         bool dropped = false;
         const auto watcher = test.watched( [&] {
@@ -343,7 +361,96 @@ TEST_F( WatcherTest, hearsOfTheStateMachinesOwnAttributes ) {
     expectHeard( { Sm::systemStatusAttr }, [&] {
         switch1.sm->velSystemStatus()->notifierIs( makePtr<KelSystem::SystemStatus>() );
     } );
+    expectHeard( { Sm::systemStatusAttr },
+                 [&] { switch1.sm->velSystemStatus()->notifierIs( nullptr ); } );
     EXPECT_THROW( switch1.sm->timerWheelIs( nullptr ), Kel::NullArgumentException );
+}
+
+// Of two that are made one inside the other the first is released like any that is replaced.
+TEST_F( WatcherTest, replacesTheCallbackAndTheLeakHandlerThatAreJustMade ) {
+    switch1.start();
+    const auto makeCallback = [this]( const char * name ) {
+        const auto callback = switch1.sm->cliCallbackIs( name, "KelSliceQos", switch1.sm.get() );
+        switch1.cmdRequestDirSm->agentCommandCallbackIs( callback );
+        return callback;
+    };
+    const auto makeLeakHandler = [this] {
+        return switch1.sm->leakHandlerSmIs( 0, switch1.chipStatus, switch1.tmBufferParams,
+                                            switch1.tmCountersData );
+    };
+    Ptr<KelSliceQosCli> nested;
+    auto watcher = once( switch1.sm, [&] { nested = makeCallback( "nested" ); } );
+    const auto outer = switch1.sm->cliCallbackIs( "outer", "other", switch1.sm.get() );
+    EXPECT_EQ( switch1.sm->cliCallback(), nested );
+    EXPECT_EQ( outer->kelSliceQosSm(), nullptr );
+    Ptr<KelSliceQosLeakHandlerSm> nestedHandler;
+    watcher = once( switch1.sm, [&] { nestedHandler = makeLeakHandler(); } );
+    const auto outerHandler = makeLeakHandler();
+    EXPECT_EQ( switch1.sm->leakHandlerSm(), nestedHandler );
+    EXPECT_FALSE( outerHandler->velPollClock() );
+    switch1.stop();
+    EXPECT_EQ( nested->kelSliceQosSm(), nullptr );
+    EXPECT_FALSE( nestedHandler->velPollClock() );
+    EXPECT_EQ( switch1.answer( "show buf" ), "" );
+}
+
+TEST_F( WatcherTest, throwsWhileThePortStarts ) {
+    switch1.systemStatus->portInfoDel( ethernet1 ); // so that nothing is published before
+    const auto watcher =
+        once( switch1.pfcSharedState, [] { throw std::runtime_error( "not this one" ); } );
+    EXPECT_THROW( switch1.start(), std::runtime_error );
+    EXPECT_EQ( switch1.answer( "show buf" ), "" );
+}
+
+// Reactors that were removed, or have no entity, do nothing, whatever they are asked for.
+TEST_F( WatcherTest, keepsReactorsThatHaveNothingToDo ) {
+    switch1.start();
+    const auto onPorts = switch1.sm->velTmConfig();
+    const auto onStatuses = switch1.sm->velEthPhyIntfStatusDir();
+    const auto onPort = switch1.sm->velTmIntfConfig( port );
+    const auto onGroup = onPort->velTmPpgConfig( PpgId( 3 ) );
+    const auto onQueue = onPort->velTmTxQueueConfig( TxQueueId( 3 ) );
+    const auto askForEverything = [&] {
+        switch1.takeLog();
+        onPort->handleInitialized();
+        onPort->handleIntfShapeRate();
+        onPort->handleIntfFlowControlType();
+        onPort->handleTmPpgConfig( PpgId( 3 ) );
+        onPort->handleTmTxQueueConfig( TxQueueId( 3 ) );
+        onGroup->handleInitialized();
+        onGroup->handlePpgClock();
+        onGroup->handlePpgInternalCosBmp();
+        onGroup->handlePpgPfcEnabled();
+        onGroup->handlePpgMinLimitCells();
+        onGroup->handlePpgDynamicThreshold();
+        onQueue->handleTxQueuePfcCos();
+        onQueue->handleTxQueuePriority();
+        onQueue->handleTxQueueWrrWeight();
+        onQueue->handleTxQueueRateParameters();
+        onQueue->handleTxQueueDynamicThreshold();
+        onQueue->handleTxQueueMinLimitCells();
+        onPorts->handleTmIntfConfig( port );
+        onStatuses->handleIntfStatus( ethernet1 );
+        EXPECT_EQ( switch1.takeLog(), Lines{} );
+    };
+    const auto config = intf();
+    onGroup->pollClock()->notifierIs( nullptr );
+    onGroup->notifierIs( nullptr );
+    onQueue->notifierIs( nullptr );
+    onPort->notifierIs( nullptr );
+    onPorts->notifierIs( nullptr );
+    onStatuses->notifierIs( nullptr );
+    askForEverything();
+    onPort->notifierIs( config );
+    switch1.stop();
+    askForEverything();
+    // Nor can anybody bring them back.
+    onPort->zombieIs( false );
+    onGroup->zombieIs( false );
+    askForEverything();
+    config->flowControlTypeIs( flowControlTypeNone );
+    onGroup->notifierIs( SmallChip::newPpg( 3, 1 ) );
+    EXPECT_EQ( switch1.takeLog(), Lines{} );
 }
 
 } // namespace
