@@ -199,6 +199,16 @@ TEST_F( StateStore, anotherTimerWheelRetriesAtOnce ) {
     } );
 }
 
+TEST_F( StateStore, reportThatIsMadeEarlyIsNotMadeAgain ) {
+    switch1.tmBufferParams->totalCellsAvailableForIngressIs( 1 );
+    switch1.tmBufferParams->totalCellsAvailableForIngressIs( 100000 );
+    EXPECT_EQ( switch1.sm->velClock()->timeMin(), 3.0 );
+    switch1.takeLog();
+    switch1.sm->handleSyslogClock();
+    EXPECT_EQ( switch1.takeLog().size(), 1U );
+    EXPECT_EQ( switch1.sm->velClock()->timeMin(), Kel::never );
+}
+
 TEST_F( StateStore, hostMayEmptyTheCollectionsOfReactors ) {
     expectSilence( [&] { reactor()->tmTxQueueConfigDelAll(); } );
     EXPECT_TRUE( reactor()->initialized() && reactor()->velTmTxQueueConfig().empty() );

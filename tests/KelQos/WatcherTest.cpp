@@ -356,8 +356,14 @@ TEST_F( WatcherTest, hearsOfTheStateMachinesOwnAttributes ) {
                  [&] { switch1.tmConfig->tmIntfConfigDel( PortIndex( 9 ) ); } );
     expectHeard( { Sm::intfStatusAttr },
                  [&] { switch1.setStatus( "Ethernet1", Interface::enabledStateEnabled ); } );
+    expectHeard( {}, [&] {
+        switch1.sm->intfStatusIs( switch1.intfStatusDir->intfStatus( ethernet1 ) );
+        switch1.sm->tmIntfConfigIs( port, intf() );
+    } );
     expectHeard( { Sm::leakHandlerSmAttr }, [&] { switch1.sm->leakHandlerSmDel(); } );
     expectHeard( { Sm::cliCallbackAttr }, [&] { switch1.sm->cliCallbackDel(); } );
+    expectHeard( { Sm::cliCallbackAttr },
+                 [&] { switch1.sm->cliCallbackIs( "x", "y", switch1.sm.get() ); } );
     expectHeard( { Sm::systemStatusAttr }, [&] {
         switch1.sm->velSystemStatus()->notifierIs( makePtr<KelSystem::SystemStatus>() );
     } );
