@@ -302,7 +302,7 @@ TEST_F( StateStore, leavesInTheRingTraceWhatAnOperatorMayAskAbout ) {
     intf->tmPpgConfig( PpgId( 1 ) )->dynamicThresholdIs( bafInvalid );
     intf->tmTxQueueConfig( TxQueueId( 0 ) )->dynamicThresholdIs( bafInvalid );
     for ( const char * event :
-          { "handlePortInfo, port: Ethernet1",
+          { "handlePortInfo\n", "handlePortInfo, port: Ethernet1",
             "called with bafInvalid: error condition for devId, portId, ppgId:0 4 1",
             "called with bafInvalid: error condition for devId, portId, txQid:0 4 0" } ) {
         EXPECT_NE( Kel::ringTraceText().find( event ), std::string::npos ) << event;

@@ -394,6 +394,8 @@ TEST_F( WatcherTest, replacesTheCallbackAndTheLeakHandlerThatAreJustMade ) {
     const auto outerHandler = makeLeakHandler();
     EXPECT_EQ( switch1.sm->leakHandlerSm(), nestedHandler );
     EXPECT_FALSE( outerHandler->velPollClock() );
+    EXPECT_TRUE( nestedHandler->velTmBufferParams()->hasNotificationActive() );
+    EXPECT_TRUE( nestedHandler->velPollClock()->hasNotificationActive() );
     switch1.stop();
     EXPECT_EQ( nested->kelSliceQosSm(), nullptr );
     EXPECT_FALSE( nestedHandler->velPollClock() );
