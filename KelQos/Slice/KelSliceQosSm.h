@@ -92,7 +92,7 @@ class KelSliceQosSm : public Kel::Entity {
     explicit KelSliceQosSm( const KelSliceQosSmInputs & inputs );
     ~KelSliceQosSm() override;
 
-    // --- Inputs, fixed for life. The entities may be null.
+    // --- Inputs. The entities may be null; a reactor may be pointed to another one.
     U32 deviceId() const { return deviceId_; }
     const Kel::Clock * clock() const;
     const TmConfig * tmConfig() const;

@@ -110,7 +110,8 @@ void VelTmIntfConfig::handleIntfFlowControlType() {
     // Whoever is told of what the next two steps publish may change the mode again, or take the
     // configuration away; the chip has then been told of that.
     const auto isOvertaken = [&] {
-        return !isAtWorkOn( config ) || config->flowControlType() != configured;
+        return !isAtWorkOn( config ) ||
+               ( hasNotificationActive() && config->flowControlType() != configured );
     };
     sm()->reconfigureSharedPools();
     if ( isOvertaken() ) {

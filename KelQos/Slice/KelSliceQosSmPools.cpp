@@ -164,20 +164,20 @@ void SharedPools::handleSyslogClock( bool initialized ) {
     if ( !initialized ) {
         return;
     }
-    const auto reportFailure = []( const BufferDirection & direction, const char * name ) {
-        if ( direction.failedReport.value_or( false ) ) {
-            log( KEL_TM_QUEUE_RESERVED_INVALID, direction.reservedCells, name );
-            KEL_ASSERT( !direction.recoveredReport );
-        }
-    };
     const auto reportRecovery = []( BufferDirection & direction, const char * name ) {
         if ( direction.recoveredReport.value_or( false ) ) {
             log( KEL_TM_QUEUE_RESERVED_NORMAL, name );
             direction.recoveredReport.reset();
         }
     };
-    reportFailure( ingress(), "ingress" );
-    reportFailure( egress(), "egress" );
+    if ( ingress().failedReport.value_or( false ) ) {
+        log( KEL_TM_QUEUE_RESERVED_INVALID, ingress().reservedCells, "ingress" );
+        KEL_ASSERT( !bufferAllocationLogStateCollHas( bufferAllocationIngressRecoveredLog_ ) );
+    }
+    if ( egress().failedReport.value_or( false ) ) {
+        log( KEL_TM_QUEUE_RESERVED_INVALID, egress().reservedCells, "egress" );
+        KEL_ASSERT( !bufferAllocationLogStateCollHas( bufferAllocationEgressRecoveredLog_ ) );
+    }
     reportRecovery( figures_.ingress, "ingress" );
     reportRecovery( figures_.egress, "egress" );
     if ( !bufferAllocationLogStateCollEmpty() ) {

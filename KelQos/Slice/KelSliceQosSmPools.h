@@ -93,6 +93,7 @@ class SharedPools {
     }
 
   private:
+    // Under the names that the report of a failed call quotes.
     U32 ingressSharedPoolCellCount() const { return static_cast<U32>( ingress().sharedCells ); }
     U32 egressSharedPoolCellCount() const { return static_cast<U32>( egress().sharedCells ); }
     const BufferDirection & ingress() const { return figures_.ingress; }

@@ -16,8 +16,10 @@ void VelTmTxQueueConfig::tmTxQueueConfigIs( Ptr<const TmTxQueueConfig> config ) 
 }
 
 void VelTmTxQueueConfig::handleInitialized() {
-    programAll();
-    initializedIs( true );
+    if ( isAtWork() ) {
+        programAll();
+        initializedIs( true );
+    }
 }
 
 // The guaranteed cells come last: setting them recomputes the shared pools first.
@@ -31,9 +33,6 @@ void VelTmTxQueueConfig::programAll() {
 }
 
 void VelTmTxQueueConfig::handleTxQueuePfcCos() {
-    if ( !isAtWork() ) {
-        return;
-    }
     const U32 devId = deviceId();
     const U32 portId = port();
     // A queue that no PFC class is configured for is bound to the highest one.
@@ -43,9 +42,6 @@ void VelTmTxQueueConfig::handleTxQueuePfcCos() {
 }
 
 void VelTmTxQueueConfig::handleTxQueuePriority() {
-    if ( !isAtWork() ) {
-        return;
-    }
     const U32 devId = deviceId();
     const U32 portId = port();
     const bool roundRobin = notifier()->priority() != 0;
@@ -64,9 +60,6 @@ void VelTmTxQueueConfig::handleTxQueuePriority() {
 }
 
 void VelTmTxQueueConfig::handleTxQueueWrrWeight() {
-    if ( !isAtWork() ) {
-        return;
-    }
     const U32 devId = deviceId();
     const U32 portId = port();
     KEL_TM_CHECKED( bf_tm_sched_q_dwrr_weight_set( devId, portId, notifier()->txQueueId(),
@@ -74,9 +67,6 @@ void VelTmTxQueueConfig::handleTxQueueWrrWeight() {
 }
 
 void VelTmTxQueueConfig::handleTxQueueRateParameters() {
-    if ( !isAtWork() ) {
-        return;
-    }
     const auto * systemStatus = owner()->sm()->systemStatus();
     const bool internal = systemStatus && Kel::InternalIntfId::isInternalIntfId(
                                               systemStatus->portToIntfId( owner()->portIndex() ) );
@@ -123,9 +113,6 @@ void VelTmTxQueueConfig::doProgramGuaranteedRate() {
 }
 
 void VelTmTxQueueConfig::handleTxQueueDynamicThreshold() {
-    if ( !isAtWork() ) {
-        return;
-    }
     const U32 devId = deviceId();
     const U32 portId = port();
     const BurstAbsorptionCoeff baf = notifier()->dynamicThreshold();
@@ -142,9 +129,6 @@ void VelTmTxQueueConfig::handleTxQueueDynamicThreshold() {
 }
 
 void VelTmTxQueueConfig::handleTxQueueMinLimitCells() {
-    if ( !isAtWork() ) {
-        return;
-    }
     const U32 devId = deviceId();
     const U32 portId = port();
     KEL_ASSERT( notifier()->minLimitCells() != TmConfigConstants::minLimitCellsInvalid() );

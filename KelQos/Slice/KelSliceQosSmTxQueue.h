@@ -10,13 +10,15 @@ class KelSliceQosSm::VelTmIntfConfig::VelTmTxQueueConfig
     : public Kel::Reactor<KelSliceQosSm::VelTmIntfConfig::VelTmTxQueueConfig, TmTxQueueConfig,
                           KelSliceQosSm::VelTmIntfConfig>,
       public Kel::Pooled<KelSliceQosSm::VelTmIntfConfig::VelTmTxQueueConfig> {
-  public:
+    // Only called at work: through the table, and by programAll().
     void handleTxQueuePfcCos();
     void handleTxQueueMinLimitCells();
     void handleTxQueueDynamicThreshold();
     void handleTxQueuePriority();
     void handleTxQueueWrrWeight();
     void handleTxQueueRateParameters();
+
+  public:
     static constexpr Kel::Handler<VelTmTxQueueConfig> handlers[]{
         Kel::calls<&VelTmTxQueueConfig::handleTxQueuePfcCos>( TmTxQueueConfig::pfcCosAttr ),
         Kel::calls<&VelTmTxQueueConfig::handleTxQueueMinLimitCells>(

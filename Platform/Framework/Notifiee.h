@@ -59,8 +59,7 @@ class Notifiee : public Counted {
     Notifiee * next_ = nullptr;
 };
 
-// A reactor on entities of type T. The constructor only attaches; re-pointing a live reactor runs
-// whatever its class adds in notifierIs.
+// A reactor on entities of type T. The constructor only attaches.
 template <class T>
 class NotifieeOf : public Notifiee {
   public:

@@ -31,7 +31,8 @@ constexpr auto withKey( void ( C::*handler )( Key ) ) {
     return handler;
 }
 
-// A row of a table: `calls<&VelX::handleY>( Entity::yAttr )`.
+// A row of a table: `calls<&VelX::handleY>( Entity::yAttr )`. The handler is one of the reactor's
+// own, or else one of its owner's.
 template <auto handler>
 struct HandlerRow {
     AttributeId id;
@@ -86,8 +87,8 @@ class Handler {
 //         static constexpr Kel::Handler<VelX> handlers[]{ Kel::calls<&VelX::handleY>( X::yAttr ) };
 //
 // Handlers are only called while there is an owner and an entity, and reactor, owner and the state
-// machine at the top live until they return. They may publish what somebody watches who changes
-// anything in turn, so behind such a call a handler looks again before it goes on.
+// machine at the top live until they return. A handler may publish, and whoever watches may change
+// anything; so after such a call it asks isAtWork() again before it goes on.
 template <class Self, class Entity, class Owner, class Base = NotifieeOf<Entity>>
 class Reactor : public Base {
   public:
@@ -101,9 +102,11 @@ class Reactor : public Base {
     // The end of this reactor, in one act: it hears nothing any more, and cannot reach its owner.
     // Whoever still holds it holds something that does nothing.
     virtual void dismiss() {
-        this->zombieIs( true );
         owner_ = nullptr;
+        this->zombieIs( true );
     }
+    // One that was dismissed stays a zombie.
+    void zombieIs( bool zombie ) override { Base::zombieIs( zombie || !owner_ ); }
 
     // The work of a new reactor, when its owner has it in its collection.
     virtual void handleInitialized() {}
@@ -132,7 +135,7 @@ class Reactor : public Base {
             return;
         }
         Base::notifierIs( std::move( notifier ) );
-        if ( this->isBeingDestroyed() || !isInService() ) {
+        if ( this->isBeingDestroyed() || this->isZombie() ) {
             return;
         }
         const Ptr<Notifiee> self( this );
@@ -140,7 +143,7 @@ class Reactor : public Base {
         if ( isAtWork() ) {
             handleNotifier();
         }
-        if ( isInService() ) {
+        if ( !this->isZombie() ) {
             tellOfNotifier();
         }
     }
@@ -157,15 +160,13 @@ class Reactor : public Base {
   protected:
     // Whether there is something to react to, and somebody to do it for. False for good once it is
     // dismissed; a handler that has published asks again.
-    bool isAtWork() const { return isInService() && this->notifier(); }
+    bool isAtWork() const { return !this->isZombie() && this->notifier(); }
     // Whether, besides, the entity is still that one.
     bool isAtWorkOn( const Entity * entity ) const {
         return isAtWork() && this->notifier() == entity;
     }
 
   private:
-    bool isInService() const { return owner_ && !this->isZombie(); }
-
     // Holds those that a handler works for.
     struct Alive {
         explicit Alive( const Reactor & reactor ) : owner( reactor.owner_ ), top( reactor.top() ) {}

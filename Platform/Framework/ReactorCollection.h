@@ -48,7 +48,14 @@ class ReactorCollection : private HashMap<Key, Ptr<R>> {
         Ptr<R> made = make( std::move( entity ) );
         made->hasNotificationActiveIs( true );
         Map::insertNew( key, made );
-        made->handleInitialized();
+        try {
+            made->handleInitialized();
+        } catch ( ... ) {
+            if ( get( key ) == made ) {
+                del( key ); // none is kept half made
+            }
+            throw;
+        }
         return made;
     }
     // Cleans the reactor up and dismisses it, if there is one. Returns whether there was.

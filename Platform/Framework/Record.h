@@ -60,7 +60,7 @@ void strepToRecord( const char *& cursor, const char * end, R & record ) {
     cursor = at;
 }
 
-// Equal records have equal hashes, those with 0.0 and -0.0 too.
+// Equal records have equal hashes; 0.0 and -0.0 are equal.
 template <class R>
 std::size_t recordHash( const R & record ) {
     std::size_t mixed = 0;

@@ -14,7 +14,7 @@
 // Everything here belongs to the event loop's thread.
 //
 //     namespace { Kel::TraceHandle trace( "KelSliceQosSm" ); }
-//     KEL_TRACE( trace, 9 ) << "handlePortInfo" << ": " << name;
+//     KEL_TRACE( trace, 9 ) << "handlePortInfo: " << name;
 
 namespace Kel {
 

@@ -410,6 +410,20 @@ TEST_F( WatcherTest, throwsWhileThePortStarts ) {
     EXPECT_EQ( switch1.answer( "show buf" ), "" );
 }
 
+TEST_F( WatcherTest, throwsWhileAPortIsAdded ) {
+    switch1.tmConfig->tmIntfConfigDelAll();
+    switch1.start();
+    const auto added = newIntf( flowControlTypePfc, 0x08 );
+    {
+        const auto watcher =
+            once( switch1.pfcSharedState, [] { throw std::runtime_error( "not this one" ); } );
+        EXPECT_THROW( switch1.tmConfig->tmIntfConfigIs( added ), std::runtime_error );
+    }
+    EXPECT_FALSE( switch1.sm->velTmIntfConfigHas( port ) );
+    switch1.sm->tmIntfConfigIs( port, added );
+    expectAgreement( 1, flowControlTypePfc, 0x08 );
+}
+
 // Reactors that were removed, or have no entity, do nothing, whatever they are asked for.
 TEST_F( WatcherTest, keepsReactorsThatHaveNothingToDo ) {
     switch1.start();
@@ -431,12 +445,7 @@ TEST_F( WatcherTest, keepsReactorsThatHaveNothingToDo ) {
         onGroup->handlePpgPfcEnabled();
         onGroup->handlePpgMinLimitCells();
         onGroup->handlePpgDynamicThreshold();
-        onQueue->handleTxQueuePfcCos();
-        onQueue->handleTxQueuePriority();
-        onQueue->handleTxQueueWrrWeight();
-        onQueue->handleTxQueueRateParameters();
-        onQueue->handleTxQueueDynamicThreshold();
-        onQueue->handleTxQueueMinLimitCells();
+        onQueue->handleInitialized();
         onPorts->handleTmIntfConfig( port );
         onStatuses->handleIntfStatus( ethernet1 );
         EXPECT_EQ( switch1.takeLog(), Lines{} );
