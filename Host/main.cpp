@@ -1,5 +1,5 @@
-#include "Host/CommandLine.h"
-#include "Host/PlayerChip.h"
+#include "Host/Command/CommandLine.h"
+#include "Host/Play/PlayerChip.h"
 #include "Platform/Framework/Assert.h"
 #include "Platform/Logging/RingTrace.h"
 

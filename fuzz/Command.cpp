@@ -1,10 +1,10 @@
 // Any bytes as a diagnostic command, as the agent's channel takes them: asked about first, and then
 // answered into a file that nobody reads.
 
-#include "Host/JsonReader.h"
-#include "Host/PlayerChip.h"
-#include "Host/SwitchDocumentDecoder.h"
-#include "Host/SwitchRuntime.h"
+#include "Host/Document/SwitchDocumentDecoder.h"
+#include "Host/Json/JsonReader.h"
+#include "Host/Play/PlayerChip.h"
+#include "Host/Switch/SwitchRuntime.h"
 #include "KelQos/Show/KelSliceQosCli.h"
 #include "Platform/Framework/Assert.h"
 

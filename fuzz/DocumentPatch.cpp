@@ -1,12 +1,12 @@
 // Any bytes as a merge patch on a running switch: refused, or applied to the state store with all
 // that follows from it on the modelled chip.
 
-#include "Host/DocumentError.h"
-#include "Host/DocumentTransition.h"
-#include "Host/JsonReader.h"
-#include "Host/PlayerChip.h"
-#include "Host/SwitchDocumentDecoder.h"
-#include "Host/SwitchRuntime.h"
+#include "Host/Document/DocumentTransition.h"
+#include "Host/Document/SwitchDocumentDecoder.h"
+#include "Host/Json/DocumentError.h"
+#include "Host/Json/JsonReader.h"
+#include "Host/Play/PlayerChip.h"
+#include "Host/Switch/SwitchRuntime.h"
 #include "Platform/Logging/Syslog.h"
 
 #include <cstdlib>

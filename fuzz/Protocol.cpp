@@ -1,7 +1,7 @@
 // Any bytes from a client, in any pieces: the first byte says how they are cut. How a request is
 // cut must not matter.
 
-#include "Host/Protocol.h"
+#include "Host/Agent/Protocol.h"
 #include "Platform/Framework/Assert.h"
 
 namespace {

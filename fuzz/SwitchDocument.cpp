@@ -1,8 +1,8 @@
 // Any bytes as a switch document: read, checked and decoded, or refused with a DocumentError.
 
-#include "Host/DocumentError.h"
-#include "Host/JsonReader.h"
-#include "Host/SwitchDocumentDecoder.h"
+#include "Host/Document/SwitchDocumentDecoder.h"
+#include "Host/Json/DocumentError.h"
+#include "Host/Json/JsonReader.h"
 #include "Platform/Framework/Assert.h"
 
 extern "C" int LLVMFuzzerTestOneInput( const U8 * data, std::size_t size ) {

@@ -1,9 +1,9 @@
 // The start of the process with the whole chip in its document, step by step, and a whole
 // `kelqos play` of it. The state machines run on the driver that does nothing.
 
-#include "Host/JsonReader.h"
-#include "Host/StateStoreDifference.h"
-#include "Host/SwitchDocumentDecoder.h"
+#include "Host/Document/SwitchDocumentDecoder.h"
+#include "Host/Json/JsonReader.h"
+#include "Host/Switch/StateStoreDifference.h"
 #include "KelQos/Slice/KelSliceQosSm.h"
 #include "Platform/Framework/ActivityManager.h"
 #include "bench/support/Paired.h"

@@ -1,4 +1,4 @@
-#include "Host/Protocol.h"
+#include "Host/Agent/Protocol.h"
 #include "tests/Host/ProcessHelpers.h"
 
 using namespace KelHost;

@@ -1,5 +1,5 @@
-#include "Host/CommandServer.h"
-#include "Host/CommandSocket.h"
+#include "Host/Agent/CommandServer.h"
+#include "Host/Agent/CommandSocket.h"
 #include "Platform/Framework/ActivityManager.h"
 #include "tests/Host/ProcessHelpers.h"
 

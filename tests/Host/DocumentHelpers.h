@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Host/DocumentError.h"
-#include "Host/JsonReader.h"
-#include "Host/SwitchDocumentDecoder.h"
+#include "Host/Document/SwitchDocumentDecoder.h"
+#include "Host/Json/DocumentError.h"
+#include "Host/Json/JsonReader.h"
 
 #include <string>
 #include <string_view>

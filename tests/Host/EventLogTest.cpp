@@ -1,6 +1,6 @@
-#include "Host/EventLog.h"
+#include "Host/Play/EventLog.h"
 
-#include "Host/AnswerFile.h"
+#include "Host/Switch/AnswerFile.h"
 
 #include <csignal>
 #include <fcntl.h>

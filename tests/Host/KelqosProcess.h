@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Host/AnswerFile.h"
-#include "Host/FileDescriptor.h"
+#include "Host/Json/FileDescriptor.h"
+#include "Host/Switch/AnswerFile.h"
 #include "tests/support/TempFolder.h"
 
 #include <csignal>

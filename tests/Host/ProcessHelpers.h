@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Host/UnixSocket.h"
+#include "Host/Agent/UnixSocket.h"
 #include "tests/Host/KelqosProcess.h"
 
 #include <fcntl.h>

@@ -1,5 +1,5 @@
-#include "Host/SwitchRuntime.h"
-#include "Host/PlayerChip.h"
+#include "Host/Switch/SwitchRuntime.h"
+#include "Host/Play/PlayerChip.h"
 #include "tests/Host/DocumentHelpers.h"
 
 #include <gtest/gtest.h>

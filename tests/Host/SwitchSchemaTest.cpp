@@ -37,7 +37,7 @@ constexpr std::string_view maximal = R"({
 
 class SwitchSchema : public testing::Test {
   protected:
-    SwitchSchema() : text_( Json::parse( readTextFile( "Host/switch.schema.json" ) ) ) {
+    SwitchSchema() : text_( Json::parse( readTextFile( "Host/Document/switch.schema.json" ) ) ) {
         const valijson::adapters::NlohmannJsonAdapter adapter( text_ );
         valijson::SchemaParser( valijson::SchemaParser::kDraft7 )
             .populateSchema( adapter, schema_ );

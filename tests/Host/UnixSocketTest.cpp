@@ -1,4 +1,4 @@
-#include "Host/UnixSocket.h"
+#include "Host/Agent/UnixSocket.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "Host/Json/FileDescriptor.h"
+
+#include <string>
+
+namespace KelHost {
+
+// A claim to a path: a lock on the file PATH.lock. It ends with the process, so a socket that was
+// left behind can be told from one that is in use, and of two agents that start at the same moment
+// one is refused.
+class PathClaim {
+  public:
+    // Throws std::runtime_error, with a text for the user, when another process has the path or
+    // when the system refuses.
+    explicit PathClaim( const std::string & path );
+    ~PathClaim() { release(); }
+    PathClaim( const PathClaim & ) = delete;
+    PathClaim & operator=( const PathClaim & ) = delete;
+
+    // Gives the path up and removes the file, as destruction does.
+    void release();
+
+  private:
+    std::string name_;
+    FileDescriptor lock_;
+};
+
+// The socket on which an agent listens, with the claim to its path.
+class CommandSocket {
+  public:
+    // Listens, replacing a socket that is no longer in use. Owner and group may connect. Throws
+    // std::runtime_error, with a text for the user, when another agent has the path, when something
+    // other than a socket is there, or when the system refuses; nothing is left behind then.
+    explicit CommandSocket( const std::string & path );
+    ~CommandSocket();
+    CommandSocket( const CommandSocket & ) = delete;
+    CommandSocket & operator=( const CommandSocket & ) = delete;
+
+    const std::string & path() const { return path_; }
+    // Listening, and non-blocking.
+    int fd() const { return listener_.get(); }
+
+    // Stops listening and gives up the path, as destruction does.
+    void close();
+
+  private:
+    std::string path_;
+    PathClaim claim_;
+    FileDescriptor listener_;
+};
+
+} // namespace KelHost
