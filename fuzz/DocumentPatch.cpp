@@ -7,6 +7,7 @@
 #include "Host/Json/JsonReader.h"
 #include "Host/Play/PlayerChip.h"
 #include "Host/Switch/SwitchRuntime.h"
+#include "Platform/Framework/Assert.h"
 #include "Platform/Logging/Syslog.h"
 
 #include <cstdlib>
@@ -27,10 +28,11 @@ constexpr std::string_view running = R"({
 
 void apply( std::string_view patch ) {
     const DocumentPlace place{ "fuzz.json", "", true };
-    const JsonValue start = readJson( running, "running.json" );
+    const Json start = readJson( running, "running.json" );
     const auto document = decodeSwitchDocument( start, place );
-    const auto next =
-        decodeSwitchDocument( mergePatch( start, readJson( patch, "fuzz.json" ) ), place );
+    Json patched = start;
+    patched.merge_patch( readJson( patch, "fuzz.json" ) );
+    const auto next = decodeSwitchDocument( patched, place );
     checkTransition( document, next, place );
     checkTransition( next, document, place ); // the way back, which internal ports do not have
 
@@ -40,9 +42,13 @@ void apply( std::string_view patch ) {
     PlayerChip chip;
     SwitchRuntime runtime( activityManager, document );
     runtime.start( chip );
-    runtime.documentIs( next );
+    runtime.apply( differenceOf( document, next ) );
+    KEL_ASSERT( runtime.document() == next );
     runtime.advanceTo( 0.2 );
-    runtime.documentIs( document );
+    for ( const DocumentDifference & part : inParts( differenceOf( next, document ) ) ) {
+        runtime.apply( part );
+    }
+    KEL_ASSERT( runtime.document() == document );
     runtime.advanceTo( 0.4 );
 }
 

@@ -30,11 +30,11 @@ extern "C" int LLVMFuzzerTestOneInput( const U8 * data, std::size_t size ) {
     const auto state = readInPieces( whole, bytes, bytes.size() );
     KEL_ASSERT( state == readInPieces( cut, bytes, 1U + data[0] ) );
     if ( state == RequestReader::State::complete ) {
-        const KelHost::Request request = whole.request();
-        KEL_ASSERT( request == cut.request() );
+        const KelHost::Request request = whole.takeRequest();
+        KEL_ASSERT( request == cut.takeRequest() );
         RequestReader again;
         KEL_ASSERT( again.add( encoded( request ) ) == RequestReader::State::complete );
-        KEL_ASSERT( again.request() == request );
+        KEL_ASSERT( again.takeRequest() == request );
     }
     return 0;
 }

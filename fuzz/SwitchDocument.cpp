@@ -3,7 +3,10 @@
 #include "Host/Document/SwitchDocumentDecoder.h"
 #include "Host/Json/DocumentError.h"
 #include "Host/Json/JsonReader.h"
+#include "Host/Json/MessageText.h"
 #include "Platform/Framework/Assert.h"
+
+#include <algorithm>
 
 extern "C" int LLVMFuzzerTestOneInput( const U8 * data, std::size_t size ) {
     const std::string_view text( reinterpret_cast<const char *>( data ), size );
@@ -15,7 +18,8 @@ extern "C" int LLVMFuzzerTestOneInput( const U8 * data, std::size_t size ) {
     } catch ( const KelHost::DocumentError & error ) {
         const std::string_view line = error.what();
         KEL_ASSERT( line.starts_with( "fuzz.json:" ) );
-        KEL_ASSERT( line.find( '\n' ) == std::string_view::npos );
+        KEL_ASSERT( std::ranges::none_of( line, []( char c ) { return c >= 0 && c < ' '; } ) );
+        KEL_ASSERT( line.size() <= KelHost::messageLimit );
     }
     return 0;
 }

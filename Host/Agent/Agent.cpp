@@ -1,7 +1,9 @@
 #include "Host/Agent/Agent.h"
 
+#include "Host/Agent/AgentConfig.h"
 #include "Host/Agent/AgentLog.h"
 #include "Host/Agent/AgentService.h"
+#include "Host/Agent/Beat.h"
 #include "Host/Agent/CommandServer.h"
 #include "Host/Agent/CommandSocket.h"
 #include "Host/Agent/LoopTimer.h"
@@ -10,58 +12,119 @@
 #include "Host/Agent/Supervisor.h"
 #include "Host/Agent/SystemdNotify.h"
 #include "Host/Agent/WarmRestart.h"
-#include "Host/Json/DocumentError.h"
 #include "Platform/Framework/Assert.h"
 #include "Platform/Logging/RingTrace.h"
 #include "Platform/Logging/Syslog.h"
 
+#include <cmath>
 #include <cstdlib>
+#include <exception>
 #include <sys/epoll.h>
 
 namespace KelHost {
 
 namespace {
 
-// Reads the configuration file. For a warm restart, if the file has become unusable in the
-// meantime, takes the configuration that ran before: better an old one than none.
-AgentConfig startConfig( const std::string & file, const WarmRestart & warmRestart,
-                         const AgentLog & log ) {
-    const std::string before = warmRestart.document();
-    if ( before.empty() ) {
-        return AgentConfig( file );
+// What an agent has before it has a switch: it can be told to stop while the configuration is being
+// read, however long that takes.
+struct AgentFrame {
+    AgentFrame( const AgentOptions & agentOptions, const AgentLog & agentLog )
+        : options( agentOptions ), log( agentLog ) {
+        loop.slowEventHandlerIs( [this]( const std::string & name, F64 seconds ) {
+            log.info( "everything else waited " + std::to_string( std::lround( seconds * 1000 ) ) +
+                      " ms for " + name );
+        } );
     }
-    try {
-        return AgentConfig( file );
-    } catch ( const DocumentError & error ) {
-        log.error( std::string( error.what() ) +
-                   "; warm restart with the configuration that ran before" );
+
+    void handleSignals() {
+        while ( const int signal = signals.take() ) {
+            if ( signal == SIGHUP ) {
+                reload();
+            } else {
+                stopping = true;
+            }
+        }
     }
-    return AgentConfig( file, before );
+
+    // Whether an agent that is told to stop was told so because its supervisor is gone.
+    bool orphaned() const { return supervisor != 0 && getppid() != supervisor; }
+
+    // For an end that does not wait: a file may still be being read, or the library's work in
+    // progress be on the stack, so destructors must not run.
+    [[noreturn]] void end( int status ) const {
+        log.flush();
+        std::_Exit( status );
+    }
+
+    const AgentOptions & options;
+    const AgentLog & log;
+    const pid_t supervisor = options.supervise ? getppid() : 0;
+    const WarmRestart warmRestart{ options.socketPath };
+    const KeptDocument kept{ options.socketPath };
+    SignalQueue signals{ SIGTERM, SIGINT, SIGHUP };
+    EventLoop loop;
+    Worker worker{ loop };
+    bool stopping = false;
+    std::function<void()> reload = [] {}; // nothing runs yet
+    EventLoop::Watch signalWatch{ loop, "a signal", signals.fd(), EPOLLIN,
+                                  [this]( U32 ) { handleSignals(); } };
+};
+
+// Reads the configuration; does not return when it is told to stop meanwhile.
+StartConfig startConfig( AgentFrame & frame ) {
+    StartConfig result;
+    std::exception_ptr refusal;
+    frame.worker.start(
+        [&] {
+            try {
+                result = readStartConfig( frame.options.config, frame.kept );
+            } catch ( ... ) {
+                refusal = std::current_exception();
+            }
+        },
+        [] {} );
+    while ( frame.worker.busy() && !frame.stopping ) {
+        frame.loop.wait();
+    }
+    if ( frame.stopping ) {
+        frame.log.info( "stopped" );
+        frame.end( EXIT_SUCCESS );
+    }
+    if ( refusal ) {
+        std::rethrow_exception( refusal );
+    }
+    return result;
 }
 
 class Agent {
   public:
-    Agent( const AgentOptions & options, const AgentLog & log )
-        : options_( options ),
-          log_( log ),
-          signals_{ SIGTERM, SIGINT, SIGHUP },
-          warmRestart_( options.socketPath ),
-          config_( startConfig( options.config, warmRestart_, log ) ),
-          socket_( options.socketPath ),
-          timer_( loop_ ),
-          runtime_( activityManager_, startDocument() ),
-          service_( runtime_, options.config, config_, log_, notify_ ),
-          server_( socket_.fd(), loop_, activityManager_.scheduler(),
-                   [this]( const Request & request ) { return service_.answer( request ); } ),
-          signalWatch_( loop_, signals_.fd(), EPOLLIN, [this]( U32 ) { handleSignals(); } ) {
+    Agent( AgentFrame & frame, StartConfig start )
+        : frame_( frame ),
+          log_( frame.log ),
+          config_( std::move( start.config ) ),
+          socket_( frame.options.socketPath ),
+          timer_( frame.loop ),
+          runtime_( activityManager_, startDocument( start.trouble ) ),
+          changes_( runtime_, frame.loop, frame.worker ),
+          service_( runtime_, changes_, frame.options.config, frame.kept, log_, notify_ ),
+          server_( socket_.fd(), frame.loop,
+                   [this]( Request request, CommandServer::Reply reply ) {
+                       service_.answer( std::move( request ), std::move( reply ) );
+                   } ),
+          beat_( frame.loop, [this] {
+              server_.beat();
+              log_.retry();
+          } ) {
         activityManager_.exitHandlerIs( [this]( int status ) { handleExit( status ); } );
         Kel::syslogTimeSourceIs( [this] { return activityManager_.now(); } );
-        loop_.beforeEventIs( [this] { runtime_.advanceTo( timer_.now() ); } );
+        frame.loop.beforeEventIs( [this] { runtime_.advanceTo( timer_.now() ); } );
+        frame.reload = [this] { service_.reloadOnSignal(); };
         aborting_ = this;
         Kel::abortHookIs( handleAbort );
     }
     ~Agent() {
         aborting_ = nullptr;
+        frame_.loop.beforeEventIs( nullptr );
         Kel::syslogTimeSourceIs( nullptr );
     }
     Agent( const Agent & ) = delete;
@@ -69,76 +132,92 @@ class Agent {
 
     void run( ChipAccess & chip ) {
         runtime_.start( chip );
-        if ( warmRestart_.pending() ) {
-            warmRestart_.documentIs( "" ); // no longer needed; a reload may make it outdated
-        }
-        reportStart( log_, runtime_, options_.config, options_.socketPath, options_.program,
-                     options_.socketOption );
-        notify_.ready( programmedText( runtime_ ) );
-        while ( !stopping_ ) {
+        announce();
+        while ( !frame_.stopping ) {
             timer_.dueIs( activityManager_.scheduler().nextDue() );
-            loop_.wait();
+            beat_.onIs( server_.clients() != 0 || log_.hasLost() );
+            frame_.loop.wait();
         }
         notify_.stopping();
         server_.flush();
-        warmRestart_.pendingIs( false );
+        if ( frame_.orphaned() ) {
+            frame_.warmRestart.pendingIs( true );
+            log_.error( "the supervisor is gone; the next start is a warm restart" );
+        } else {
+            frame_.warmRestart.pendingIs( false );
+            frame_.kept.forget();
+        }
         log_.info( "stopped" );
+        if ( frame_.worker.busy() ) {
+            socket_.close();
+            frame_.end( EXIT_SUCCESS );
+        }
     }
 
   private:
-    const SwitchDocument & startDocument() {
-        if ( warmRestart_.pending() ) {
-            config_.dropCounters();
+    const SwitchDocument & startDocument( const std::string & trouble ) {
+        if ( !trouble.empty() ) {
+            log_.error( trouble );
+        }
+        if ( frame_.warmRestart.pending() ) {
+            config_.document.counters.clear();
+            config_.document.countersLastClear.clear();
             log_.info( "warm restart: the counter stores are empty" );
         }
         return config_.document;
     }
 
-    void handleSignals() {
-        while ( const int signal = signals_.take() ) {
-            if ( signal == SIGHUP ) {
-                service_.reload();
-            } else {
-                stopping_ = true;
+    // The agent is ready when it would come up again, too.
+    void announce() {
+        const auto nothing = []( const SwitchDocument & present ) {
+            return differenceOf( present, present );
+        };
+        const auto keep = [this] {
+            if ( config_.file != frame_.kept.file() ) {
+                frame_.kept.textIs( config_.text );
             }
-        }
+        };
+        changes_.add( { nothing, keep, [this]( const std::string &, const std::string & trouble ) {
+                           if ( !trouble.empty() ) {
+                               log_.error( trouble );
+                           }
+                           reportStart( log_, runtime_, config_.file, frame_.options );
+                           notify_.ready( programmedText( runtime_ ) );
+                           config_ = {};
+                       } } );
     }
 
     static void handleAbort() {
         if ( aborting_ != nullptr ) {
-            aborting_->warmRestart_.documentIs( aborting_->service_.documentText() );
+            aborting_->frame_.warmRestart.pendingIs( true );
         }
         Kel::ringTraceWrite( STDERR_FILENO );
     }
 
-    // Destructors must not run: the library's work in progress is still on the stack.
     [[noreturn]] void handleExit( int status ) {
-        warmRestart_.documentIs( service_.documentText() );
+        frame_.warmRestart.pendingIs( true );
         log_.error( "the switch software ended itself with status " + std::to_string( status ) +
                     "; the next start is a warm restart" );
         notify_.stopping();
         server_.flush();
         socket_.close();
-        std::_Exit( status );
+        frame_.end( status );
     }
 
-    const AgentOptions & options_;
+    AgentFrame & frame_;
     const AgentLog & log_;
     static inline const Agent * aborting_ = nullptr; // for the hook that runs when it aborts
 
-    SignalQueue signals_;
-    WarmRestart warmRestart_;
-    AgentConfig config_;
+    AgentConfig config_; // until it is ready
     CommandSocket socket_;
     SystemdNotify notify_;
-    EventLoop loop_;
     LoopTimer timer_;
     Kel::ActivityManager activityManager_;
     SwitchRuntime runtime_;
+    DocumentChanges changes_;
     AgentService service_;
     CommandServer server_;
-    EventLoop::Watch signalWatch_;
-    bool stopping_ = false;
+    Beat beat_;
 };
 
 } // namespace
@@ -146,8 +225,14 @@ class Agent {
 int runAgent( const AgentOptions & options, ChipAccess & chip ) {
     const AgentLog log( options.foreground );
     const auto run = [&] {
-        Agent( options, log ).run( chip );
-        return EXIT_SUCCESS;
+        try {
+            AgentFrame frame( options, log );
+            Agent( frame, startConfig( frame ) ).run( chip );
+            return EXIT_SUCCESS;
+        } catch ( const std::exception & error ) {
+            log.refused( error.what() );
+            throw;
+        }
     };
     return options.supervise ? supervise( run, WarmRestart( options.socketPath ), log ) : run();
 }

@@ -18,6 +18,16 @@ class AgentLog {
 
     void info( const std::string & text ) const;
     void error( const std::string & text ) const;
+    // A start that is refused: whoever started the agent is told by somebody else, so this goes to
+    // syslog only.
+    void refused( const std::string & text ) const {
+        if ( !toStandardError_ ) {
+            error( text );
+        }
+    }
+    void flush() const {}
+    void retry() const {}
+    bool hasLost() const { return false; }
 
   private:
     bool toStandardError_;

@@ -1,101 +1,68 @@
 #include "Host/Agent/AgentService.h"
 
+#include "Host/Agent/AgentConfig.h"
+#include "Host/Agent/StartReport.h"
+#include "Host/Document/CounterFeed.h"
 #include "Host/Document/DocumentTransition.h"
-#include "Host/Document/SwitchDocumentDecoder.h"
-#include "Host/Json/JsonReader.h"
+#include "Host/Json/MessageText.h"
 #include "Host/Switch/AnswerFile.h"
 #include "KelQos/Show/KelSliceQosCli.h"
 #include "KelQos/Slice/KelSliceQosSm.h"
 #include "Platform/Logging/RingTrace.h"
 
 #include <algorithm>
+#include <memory>
+#include <new>
 
 namespace KelHost {
 
 namespace {
 
-constexpr std::string_view countersMember = "counters";
-
-JsonValue emptyStore() { return JsonValue( JsonObject{} ); }
-
 Answer refused( std::string text ) { return { AnswerStatus::refused, std::move( text ) }; }
-
-JsonValue documentOf( JsonValue counters ) {
-    JsonObject root;
-    *root.add( std::string( countersMember ) ) = std::move( counters );
-    return JsonValue( std::move( root ) );
-}
-
-// A feed may be a patch of the counters, or of a document that has nothing else.
-const JsonValue & countersPatch( const JsonValue & patch, const DocumentPlace & place ) {
-    const auto * object = patch.as<JsonObject>();
-    if ( object == nullptr ) {
-        place.refuse( "", "must be an object: a merge patch of the counters" );
-    }
-    const JsonValue * counters = object->find( countersMember );
-    if ( counters == nullptr ) {
-        return patch;
-    }
-    if ( object->size() != 1 ) {
-        place.refuse( "", "must have no other member beside \"counters\"; the configuration is "
-                          "changed by a reload" );
-    }
-    return *counters;
-}
 
 } // namespace
 
-AgentConfig::AgentConfig( const std::string & file ) : AgentConfig( file, readTextFile( file ) ) {}
-
-AgentConfig::AgentConfig( const std::string & file, std::string fileText )
-    : text( std::move( fileText ) ) {
-    const JsonValue root = readJson( text, file );
-    document = decodeSwitchDocument( root, { .file = file } );
-    const JsonValue * found = root.as<JsonObject>()->find( countersMember );
-    counters = found == nullptr ? emptyStore() : *found;
-}
-
-void AgentConfig::dropCounters() {
-    document.counters.clear();
-    document.countersLastClear.clear();
-    counters = emptyStore();
-}
-
-AgentService::AgentService( SwitchRuntime & runtime, std::string file, const AgentConfig & config,
-                            const AgentLog & log, const SystemdNotify & notify )
+AgentService::AgentService( SwitchRuntime & runtime, DocumentChanges & changes, std::string file,
+                            const KeptDocument & kept, const AgentLog & log,
+                            const SystemdNotify & notify )
     : runtime_( runtime ),
+      changes_( changes ),
       file_( std::move( file ) ),
-      documentText_( config.text ),
-      counters_( config.counters ),
+      kept_( kept ),
       log_( log ),
       notify_( notify ) {}
 
-Answer AgentService::answer( const Request & request ) noexcept {
+void AgentService::answer( Request request, Reply reply ) noexcept {
+    std::string why;
     try {
-        return act( request );
+        act( request, reply );
+        return;
+    } catch ( const std::bad_alloc & ) {
+        why = "out of memory";
     } catch ( const std::exception & error ) {
-        return refused( error.what() );
+        why = error.what();
     }
+    reply( refused( why ) );
 }
 
-Answer AgentService::act( const Request & request ) {
+void AgentService::act( Request & request, const Reply & reply ) {
     switch ( request.kind ) {
     case RequestKind::command:
-        return command( request.body );
+        return reply( command( request.body ) );
     case RequestKind::reload:
-        return reload();
+        return reload( reply );
     case RequestKind::feed:
-        return feed( request.body );
+        return feed( std::move( request.body ), reply );
     case RequestKind::clearCounters:
         runtime_.clearCounters();
-        return {};
+        return reply( {} );
     case RequestKind::ring:
-        return { AnswerStatus::done, Kel::ringTraceText() };
+        return reply( { AnswerStatus::done, Kel::ringTraceText() } );
     }
-    return refused( "unknown request" );
+    reply( refused( "unknown request" ) );
 }
 
-Answer AgentService::command( const std::string & text ) {
+Answer AgentService::command( const std::string & text ) const {
     using Verdict = KelQos::KelSliceQosCli::Verdict;
     // With the device's number and a colon in front, so that a colon in the command itself stays
     // part of it.
@@ -106,53 +73,76 @@ Answer AgentService::command( const std::string & text ) {
     }
     const AnswerFile output;
     runtime_.deliver( request, output.fd() );
-    return { verdict == Verdict::answered ? AnswerStatus::done : AnswerStatus::refused,
-             output.text() };
+    return verdict == Verdict::answered ? Answer{ AnswerStatus::done, output.text() }
+                                        : refused( bounded( output.text() ) );
 }
 
-AgentConfig AgentService::reread() const {
-    AgentConfig next( file_ );
-    next.document.counters = runtime_.document().counters;
-    next.document.countersLastClear = runtime_.document().countersLastClear;
-    checkTransition( runtime_.document(), next.document, { .file = file_ } );
-    return next;
-}
-
-Answer AgentService::reload() noexcept {
+void AgentService::reload( Reply reply ) {
+    // The text outlives the decoding, to be kept once the document is applied.
+    const auto config = std::make_shared<AgentConfig>();
+    const auto prepare = [config, file = file_]( const SwitchDocument & present ) {
+        *config = readConfig( file );
+        SwitchDocument & next = config->document;
+        next.counters = present.counters;
+        next.countersLastClear = present.countersLastClear;
+        checkTransition( present, next, { .file = file } );
+        DocumentDifference difference = differenceOf( present, next );
+        next = {};
+        return difference;
+    };
+    const auto done = [this, reply = std::move( reply )]( const std::string & refusal,
+                                                          const std::string & trouble ) {
+        reply( reloaded( refusal, trouble ) );
+    };
     notify_.reloading();
-    Answer answer;
-    try {
-        AgentConfig next = reread();
-        documentText_ = std::move( next.text );
-        runtime_.documentIs( std::move( next.document ) );
-    } catch ( const std::exception & error ) {
-        answer = refused( error.what() );
-        log_.error( "reload refused, the configuration stays as it was: " + answer.text );
+    changes_.add( { prepare, [this, config] { kept_.textIs( config->text ); }, done } );
+}
+
+Answer AgentService::reloaded( const std::string & refusal, const std::string & trouble ) {
+    if ( !refusal.empty() ) {
+        log_.error( "reload refused, the configuration stays as it was: " + refusal );
+        notify_.ready( refusal );
+        return refused( refusal + "\n" );
     }
-    if ( answer.status == AnswerStatus::done ) {
-        answer.text = "reloaded " + file_;
-        log_.info( answer.text );
+    Answer answer{ AnswerStatus::done, "reloaded " + file_ };
+    log_.info( answer.text );
+    for ( const std::string & text : { reservationText( runtime_ ), trouble } ) {
+        if ( !text.empty() ) {
+            log_.error( text );
+            answer.text += '\n' + text;
+        }
     }
     notify_.ready( answer.text );
     answer.text += '\n';
     return answer;
 }
 
-Answer AgentService::feed( const std::string & body ) {
-    const std::size_t nameEnd = std::min( body.find( '\n' ), body.size() );
-    DocumentPlace place{ .file = body.substr( 0, nameEnd ) };
-    const std::size_t jsonBegin = std::min( nameEnd + 1, body.size() );
-    const JsonValue patch = readJson( std::string_view( body ).substr( jsonBegin ), place.file );
-    JsonValue counters = mergePatch( counters_, countersPatch( patch, place ) );
-    if ( counters.isNull() ) {
-        counters = emptyStore(); // the patch of a document removed the member
+void AgentService::reloadOnSignal() {
+    if ( signalled_ ) {
+        signalledAgain_ = true;
+        return;
     }
-    place.afterPatch = true;
-    SwitchDocument next = runtime_.document();
-    next.counters = decodeSwitchDocument( documentOf( counters ), place ).counters;
-    counters_ = std::move( counters );
-    runtime_.documentIs( std::move( next ) );
-    return {};
+    signalled_ = true;
+    reload( [this]( const Answer & ) {
+        signalled_ = false;
+        if ( std::exchange( signalledAgain_, false ) ) {
+            reloadOnSignal();
+        }
+    } );
+}
+
+void AgentService::feed( std::string body, const Reply & reply ) {
+    const auto prepare = [body = std::make_shared<std::string>( std::move( body ) )](
+                             const SwitchDocument & present ) {
+        const std::size_t nameEnd = std::min( body->find( '\n' ), body->size() );
+        const std::string_view patch =
+            std::string_view( *body ).substr( std::min( nameEnd + 1, body->size() ) );
+        return counterDifferenceOf(
+            present, fedCounters( present.counters, patch, body->substr( 0, nameEnd ) ) );
+    };
+    changes_.add( { prepare, nullptr, [reply]( const std::string & refusal, const std::string & ) {
+                       reply( refusal.empty() ? Answer{} : refused( refusal ) );
+                   } } );
 }
 
 } // namespace KelHost

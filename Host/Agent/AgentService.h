@@ -1,61 +1,52 @@
 #pragma once
 
 #include "Host/Agent/AgentLog.h"
+#include "Host/Agent/DocumentChanges.h"
+#include "Host/Agent/KeptDocument.h"
 #include "Host/Agent/Protocol.h"
 #include "Host/Agent/SystemdNotify.h"
-#include "Host/Json/JsonValue.h"
-#include "Host/Switch/SwitchRuntime.h"
 
+#include <functional>
 #include <string>
 
 namespace KelHost {
 
-// A configuration file as an agent reads it.
-struct AgentConfig {
-    // Throws DocumentError when the file cannot be read or anything in it is refused.
-    explicit AgentConfig( const std::string & file );
-    // The same, from a text that was read from that file.
-    AgentConfig( const std::string & file, std::string fileText );
-
-    // Makes both counter stores empty.
-    void dropCounters();
-
-    std::string text;
-    SwitchDocument document;
-    JsonValue counters; // the document's counters, as written
-};
-
-// What can be asked of a running switch, and done to it from outside. Nothing in here waits.
+// What can be asked of a running switch, and done to it from outside. Nothing in here waits: a
+// reload and a feed are answered when they are done.
 class AgentService {
   public:
-    // `config` is what the runtime runs; `file`, where it came from, is read again by a reload.
-    // The other arguments must outlive this.
-    AgentService( SwitchRuntime & runtime, std::string file, const AgentConfig & config,
-                  const AgentLog & log, const SystemdNotify & notify );
+    using Reply = std::function<void( Answer )>;
 
-    // The text of the document that runs, or that a reload is about to apply.
-    const std::string & documentText() const { return documentText_; }
+    // `file` is read again by a reload. The other arguments must outlive this.
+    AgentService( SwitchRuntime & runtime, DocumentChanges & changes, std::string file,
+                  const KeptDocument & kept, const AgentLog & log, const SystemdNotify & notify );
 
-    // Never throws: whatever goes wrong is answered as a refusal, and has changed nothing.
-    Answer answer( const Request & request ) noexcept;
+    // Calls `reply` once, at once or later, from the loop. Never throws: whatever goes wrong is
+    // answered as a refusal, and has changed nothing.
+    void answer( Request request, Reply reply ) noexcept;
 
     // Reads the configuration file again and applies what differs, except for the counters, which
-    // come from feed() alone once the switch runs. A file that is refused, as a document or as the
+    // come from feeds alone once the switch runs. A file that is refused, as a document or as the
     // successor of the present one, changes nothing. Either way the log says so.
-    Answer reload() noexcept;
+    void reload( Reply reply );
+    // The same for a signal: of those that come while one is served, one more is.
+    void reloadOnSignal();
 
   private:
-    Answer act( const Request & request );
-    Answer command( const std::string & text );
-    Answer feed( const std::string & body );
-    AgentConfig reread() const;
+    void act( Request & request, const Reply & reply );
+    Answer command( const std::string & text ) const;
+    void feed( std::string body, const Reply & reply );
+    // What is told when a reload is over.
+    Answer reloaded( const std::string & refusal, const std::string & trouble );
 
     SwitchRuntime & runtime_;
+    DocumentChanges & changes_;
     std::string file_;
-    std::string documentText_;
-    JsonValue counters_; // live, as a feed patches them
+    const KeptDocument & kept_;
     const AgentLog & log_;
     const SystemdNotify & notify_;
+    bool signalled_ = false; // a reload that a signal asked for is under way
+    bool signalledAgain_ = false;
 };
 
 } // namespace KelHost

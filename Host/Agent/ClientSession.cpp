@@ -13,24 +13,22 @@ bool isTransient( int error ) { return error == EAGAIN || error == EINTR; }
 
 } // namespace
 
-ClientSession::ClientSession( FileDescriptor socket, EventLoop & loop, Kel::Scheduler & scheduler,
-                              Owner & owner )
-    : Timer( scheduler ),
+ClientSession::ClientSession( U64 number, FileDescriptor socket, EventLoop & loop, Owner & owner )
+    : number_( number ),
       socket_( std::move( socket ) ),
+      loop_( loop ),
       owner_( owner ),
-      watch_( loop, socket_.get(), EPOLLIN, [this]( U32 events ) { handleEvents( events ); } ) {
-    dueIs( scheduler.now() + requestTime );
-}
-
-bool ClientSession::handleExpiry() {
-    owner_.ended( *this );
-    return true;
-}
+      watch_( loop, "a client's request", socket_.get(), EPOLLIN,
+              [this]( U32 events ) { handleEvents( events ); } ),
+      activeTurn_( loop.turn() ) {}
 
 void ClientSession::handleEvents( U32 events ) {
-    if ( !answered_ ) {
+    if ( state_ == State::reading ) {
         receive();
-    } else if ( ( events & ( EPOLLERR | EPOLLHUP ) ) != 0 || !send() || sent_ == answer_.size() ) {
+        return;
+    }
+    const bool gone = ( events & ( EPOLLERR | EPOLLHUP ) ) != 0;
+    if ( gone || ( state_ == State::answering && ( !send() || sent_ == answer_.size() ) ) ) {
         owner_.ended( *this );
     }
 }
@@ -41,6 +39,7 @@ void ClientSession::receive() {
     const ssize_t count = recv( socket_.get(), piece, sizeof piece, 0 );
     if ( count > 0 ) {
         const auto size = static_cast<std::size_t>( count );
+        activeTurn_ = loop_.turn();
         if ( owner_.mayKeep( size ) ) {
             handleRequest( reader_.add( { piece, size } ) );
         } else {
@@ -55,9 +54,15 @@ void ClientSession::handleRequest( RequestReader::State state ) {
     switch ( state ) {
     case RequestReader::State::incomplete:
         break;
-    case RequestReader::State::complete:
-        reply( owner_.answer( reader_.request() ) );
+    case RequestReader::State::complete: {
+        Request request = reader_.takeRequest();
+        reader_ = RequestReader();
+        state_ = State::waiting;
+        pending_ = request.body.size();
+        watch_.eventsIs( 0 ); // only that it is gone
+        owner_.answer( *this, std::move( request ) );
         break;
+    }
     case RequestReader::State::malformed:
         reply( { AnswerStatus::refused, reader_.complaint() } );
         break;
@@ -66,13 +71,24 @@ void ClientSession::handleRequest( RequestReader::State state ) {
 
 void ClientSession::reply( const Answer & answer ) {
     reader_ = RequestReader();
+    pending_ = 0;
+    beats_ = 0;
     answer_ = encoded( answer );
-    answered_ = true;
+    activeTurn_ = loop_.turn();
+    state_ = State::answering;
     if ( !send() || sent_ == answer_.size() ) {
         owner_.ended( *this );
         return;
     }
     watch_.eventsIs( EPOLLOUT );
+}
+
+void ClientSession::beat() {
+    ++beats_;
+    if ( ( state_ == State::reading && beats_ > requestBeats ) ||
+         ( state_ == State::answering && beats_ > readingBeats ) ) {
+        owner_.ended( *this );
+    }
 }
 
 bool ClientSession::send() {
@@ -83,11 +99,16 @@ bool ClientSession::send() {
             return isTransient( errno );
         }
         sent_ += static_cast<std::size_t>( count );
-        dueIs( scheduler().now() + readingTime );
+        beats_ = 0;
+        activeTurn_ = loop_.turn();
     }
     return true;
 }
 
-void ClientSession::flush() { (void)send(); }
+void ClientSession::flush() {
+    if ( state_ == State::answering ) {
+        (void)send();
+    }
+}
 
 } // namespace KelHost

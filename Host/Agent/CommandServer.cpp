@@ -1,21 +1,17 @@
 #include "Host/Agent/CommandServer.h"
 
+#include <poll.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
+#include <vector>
 
 namespace KelHost {
 
 namespace {
 
-// A new connection has room for this; whether it is read is the client's business.
-void refuse( const FileDescriptor & socket ) {
-    const std::string text = encoded(
-        Answer{ AnswerStatus::refused, "the agent has too many clients, try again later" } );
-    (void)send( socket.get(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT );
-}
-
-// Edge-triggered: a connection that cannot be accepted for lack of descriptors must not keep the
-// loop busy. It is tried again with the next one, and when a session ends.
+// Edge-triggered: connections that cannot be accepted now, for lack of room or descriptors, must
+// not keep the loop busy. They are tried again with the next one, when a session ends, and with
+// each beat.
 constexpr U32 newClients = EPOLLIN | EPOLLET;
 
 // At most so many are accepted in one go, so that an endless stream of callers leaves room for
@@ -24,20 +20,29 @@ constexpr int clientsAtOnce = 16;
 
 } // namespace
 
-CommandServer::CommandServer( int listener, EventLoop & loop, Kel::Scheduler & scheduler,
-                              Answerer answerer )
+CommandServer::CommandServer( int listener, EventLoop & loop, Answerer answerer )
     : listener_( listener ),
       loop_( loop ),
-      scheduler_( scheduler ),
       answerer_( std::move( answerer ) ),
-      watch_( loop, listener, newClients, [this]( U32 ) { accept(); } ) {}
+      watch_( loop, "new clients", listener, newClients, [this]( U32 ) { accept(); } ) {}
 
 void CommandServer::accept() {
     for ( int i = 0; i < clientsAtOnce; ++i ) {
+        if ( !somebodyWaits() || !makeRoom() ) {
+            return;
+        }
         FileDescriptor socket(
             accept4( listener_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK ) );
         if ( socket ) {
-            take( std::move( socket ) );
+            ClientSession::Owner & owner = *this;
+            try {
+                const U64 number = ++lastNumber_;
+                sessions_.emplace( number, std::make_unique<ClientSession>(
+                                               number, std::move( socket ), loop_, owner ) );
+            } catch ( const std::system_error & ) {
+                // The system cannot watch one more descriptor: the client sees the connection
+                // close.
+            }
         } else if ( errno != EINTR && errno != ECONNABORTED ) {
             return;
         }
@@ -45,36 +50,101 @@ void CommandServer::accept() {
     watch_.eventsIs( newClients ); // says again what is still there
 }
 
-void CommandServer::take( FileDescriptor socket ) {
-    if ( sessions_.size() >= clientLimit ) {
-        refuse( socket );
-        return;
+bool CommandServer::somebodyWaits() const {
+    pollfd listener{ listener_, POLLIN, 0 };
+    return poll( &listener, 1, 0 ) == 1;
+}
+
+bool CommandServer::makeRoom() {
+    while ( sessions_.size() >= clientLimit ) {
+        if ( ClientSession * silent = idlest( State::reading ) ) {
+            const U64 number = silent->number();
+            silent->receive(); // it may have spoken just now
+            silent = find( number );
+            if ( silent != nullptr && silent->state() == State::reading ) {
+                silent->reply( { AnswerStatus::refused,
+                                 "the agent has too many clients, and this one was silent" } );
+            }
+            continue;
+        }
+        ClientSession * slow = idlest( State::answering );
+        if ( slow == nullptr || !slow->idle() ) {
+            return false;
+        }
+        ended( *slow );
     }
-    ClientSession::Owner & owner = *this;
-    try {
-        sessions_.push_back(
-            std::make_unique<ClientSession>( std::move( socket ), loop_, scheduler_, owner ) );
-    } catch ( const std::system_error & ) {
-        // The system cannot watch one more descriptor: the client sees the connection close.
+    return true;
+}
+
+ClientSession * CommandServer::find( U64 number ) const {
+    const auto found = sessions_.find( number );
+    return found == sessions_.end() ? nullptr : found->second.get();
+}
+
+ClientSession * CommandServer::idlest( State state ) const {
+    ClientSession * result = nullptr;
+    for ( const auto & [number, session] : sessions_ ) {
+        if ( session->state() == state &&
+             ( result == nullptr || session->activeTurn() < result->activeTurn() ) ) {
+            result = session.get();
+        }
     }
+    return result;
 }
 
 bool CommandServer::mayKeep( std::size_t bytes ) const {
-    for ( const auto & session : sessions_ ) {
-        bytes += session->size();
+    for ( const auto & [number, session] : sessions_ ) {
+        bytes += session->requestSize();
     }
     return bytes <= requestLimit;
 }
 
-Answer CommandServer::answer( const Request & request ) { return answerer_( request ); }
+void CommandServer::answer( ClientSession & session, Request request ) {
+    answerer_( std::move( request ), [this, number = session.number()]( const Answer & answer ) {
+        reply( number, answer );
+    } );
+}
+
+void CommandServer::reply( U64 number, const Answer & answer ) {
+    if ( ClientSession * session = find( number ) ) {
+        makeRoomForAnswer( answer.text.size() );
+        session->reply( answer );
+    }
+}
+
+void CommandServer::makeRoomForAnswer( std::size_t bytes ) {
+    for ( const auto & [number, session] : sessions_ ) {
+        bytes += session->answerSize();
+    }
+    while ( bytes > answerLimit ) {
+        ClientSession * slow = idlest( State::answering );
+        if ( slow == nullptr ) {
+            return;
+        }
+        bytes -= slow->answerSize();
+        ended( *slow );
+    }
+}
 
 void CommandServer::ended( ClientSession & session ) {
-    std::erase_if( sessions_, [&session]( const auto & one ) { return one.get() == &session; } );
+    sessions_.erase( session.number() );
+    watch_.eventsIs( newClients ); // there is room for one who waits
+}
+
+void CommandServer::beat() {
+    std::vector<U64> numbers;
+    numbers.reserve( sessions_.size() );
+    for ( const auto & [number, session] : sessions_ ) {
+        numbers.push_back( number );
+    }
+    for ( const U64 number : numbers ) {
+        find( number )->beat(); // ends no other one
+    }
     accept();
 }
 
 void CommandServer::flush() {
-    for ( const auto & session : sessions_ ) {
+    for ( const auto & [number, session] : sessions_ ) {
         session->flush();
     }
 }

@@ -26,12 +26,17 @@ const std::string & checkedPath( const std::string & path ) {
     return path;
 }
 
-// Whether the open file is the one that now has that name.
-bool isFileOfName( int fd, const std::string & name ) {
-    struct stat open {};
-    struct stat named {};
-    return fstat( fd, &open ) == 0 && stat( name.c_str(), &named ) == 0 &&
-           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+// Nothing's identity when there is no such file.
+FileIdentity identityOf( const std::string & name ) {
+    struct stat found {};
+    return lstat( name.c_str(), &found ) == 0 ? FileIdentity{ found.st_dev, found.st_ino }
+                                              : FileIdentity{};
+}
+
+FileIdentity identityOf( int fd ) {
+    struct stat found {};
+    (void)fstat( fd, &found ); // cannot fail: it is open
+    return { found.st_dev, found.st_ino };
 }
 
 FileDescriptor locked( const std::string & path, const std::string & name ) {
@@ -49,7 +54,7 @@ FileDescriptor locked( const std::string & path, const std::string & name ) {
         }
         // The last owner may have removed the file between the two calls; the name is then free, or
         // that of another file.
-        if ( isFileOfName( lock.get(), name ) ) {
+        if ( identityOf( lock.get() ) == identityOf( name ) ) {
             return lock;
         }
     }
@@ -99,7 +104,9 @@ PathClaim::PathClaim( const std::string & path )
 
 void PathClaim::release() {
     if ( lock_ ) {
-        (void)unlink( name_.c_str() ); // while it is locked, so it is not another agent's
+        if ( identityOf( lock_.get() ) == identityOf( name_ ) ) {
+            (void)unlink( name_.c_str() ); // while it is locked
+        }
         lock_ = FileDescriptor();
     }
 }
@@ -108,13 +115,16 @@ CommandSocket::CommandSocket( const std::string & path )
     : path_( checkedPath( path ) ), claim_( path ) {
     removeStaleSocket( path );
     listener_ = listening( path );
+    file_ = identityOf( path );
 }
 
 CommandSocket::~CommandSocket() { close(); }
 
 void CommandSocket::close() {
     if ( listener_ ) {
-        (void)unlink( path_.c_str() );
+        if ( identityOf( path_ ) == file_ ) {
+            (void)unlink( path_.c_str() );
+        }
         listener_ = FileDescriptor();
         claim_.release();
     }

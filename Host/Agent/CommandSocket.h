@@ -3,8 +3,16 @@
 #include "Host/Json/FileDescriptor.h"
 
 #include <string>
+#include <sys/types.h>
 
 namespace KelHost {
+
+// Tells a file from another one that took its name.
+struct FileIdentity {
+    dev_t device = 0;
+    ino_t inode = 0;
+    bool operator==( const FileIdentity & ) const = default;
+};
 
 // A claim to a path: a lock on the file PATH.lock. It ends with the process, so a socket that was
 // left behind can be told from one that is in use, and of two agents that start at the same moment
@@ -41,13 +49,15 @@ class CommandSocket {
     // Listening, and non-blocking.
     int fd() const { return listener_.get(); }
 
-    // Stops listening and gives up the path, as destruction does.
+    // Stops listening and gives up the path, as destruction does. A socket that somebody else has
+    // put there since stays.
     void close();
 
   private:
     std::string path_;
     PathClaim claim_;
     FileDescriptor listener_;
+    FileIdentity file_; // of the socket
 };
 
 } // namespace KelHost

@@ -1,19 +1,32 @@
 #include "Host/Agent/EventLoop.h"
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <sys/epoll.h>
 
 namespace KelHost {
 
-EventLoop::Watch::Watch( EventLoop & loop, int fd, U32 events, Handler handler )
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+F64 secondsSince( Clock::time_point start ) {
+    return std::chrono::duration<F64>( Clock::now() - start ).count();
+}
+
+} // namespace
+
+EventLoop::Watch::Watch( EventLoop & loop, const char * name, int fd, U32 events, Handler handler )
     : loop_( loop ), fd_( fd ), id_( ++loop.lastId_ ) {
     control( EPOLL_CTL_ADD, events );
-    loop_.handlers_.emplace( id_, std::make_shared<const Handler>( std::move( handler ) ) );
+    loop_.watchers_.emplace(
+        id_, std::make_shared<const Watcher>( Watcher{ name, std::move( handler ) } ) );
 }
 
 EventLoop::Watch::~Watch() {
     (void)epoll_ctl( loop_.epoll_.get(), EPOLL_CTL_DEL, fd_, nullptr ); // cannot fail: it was added
-    loop_.handlers_.erase( id_ );
+    loop_.watchers_.erase( id_ );
 }
 
 void EventLoop::Watch::eventsIs( U32 events ) { control( EPOLL_CTL_MOD, events ); }
@@ -36,20 +49,35 @@ void EventLoop::wait( int timeout ) {
         return;
     }
     checkedResult( count, "cannot wait for events" );
+    const auto start = Clock::now();
+    ++turn_;
     for ( int i = 0; i < count; ++i ) {
         const epoll_event & event = ready[static_cast<std::size_t>( i )];
         handle( event.data.u64, event.events );
     }
+    delay_.latest = secondsSince( start );
+    delay_.longest = std::max( delay_.longest, delay_.latest );
 }
 
 void EventLoop::handle( U64 id, U32 events ) {
     if ( beforeEvent_ ) {
-        beforeEvent_();
+        timed( "timers", beforeEvent_ );
     }
-    const auto found = handlers_.find( id );
-    if ( found != handlers_.end() ) {
-        const std::shared_ptr<const Handler> handler = found->second; // it may end its own watch
-        ( *handler )( events );
+    const auto found = watchers_.find( id );
+    if ( found != watchers_.end() ) {
+        const std::shared_ptr<const Watcher> watcher = found->second; // it may end its own watch
+        timed( watcher->name, [&] { watcher->handler( events ); } );
+    }
+}
+
+template <class Work>
+void EventLoop::timed( const char * name, const Work & work ) {
+    eventName_.clear();
+    const auto start = Clock::now();
+    work();
+    const F64 took = secondsSince( start );
+    if ( took > slowEvent && slowEvent_ ) {
+        slowEvent_( eventName_.empty() ? name : eventName_, took );
     }
 }
 

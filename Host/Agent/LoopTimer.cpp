@@ -33,7 +33,8 @@ LoopTimer::LoopTimer( EventLoop & loop )
     : start_( monotonicNow() ),
       timer_( checkedResult( timerfd_create( CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK ),
                              "cannot make a timer" ) ),
-      watch_( loop, timer_.get(), EPOLLIN, [this]( U32 ) { handleExpiry( timer_.get() ); } ),
+      watch_( loop, "the timers' clock", timer_.get(), EPOLLIN,
+              [this]( U32 ) { handleExpiry( timer_.get() ); } ),
       due_( std::numeric_limits<F64>::infinity() ) {}
 
 F64 LoopTimer::now() const {

@@ -1,5 +1,7 @@
 #include "Host/Agent/Protocol.h"
 
+#include "Host/Document/CounterFeed.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -12,6 +14,9 @@ namespace {
 constexpr std::size_t headerLimit = 64;
 constexpr U64 answerLimit = 1ULL << 30;
 
+// A feed's patch, and its name for messages in front of it.
+constexpr std::size_t feedBodyLimit = feedLimit + 4096;
+
 struct KindOfRequest {
     std::string_view word;
     std::size_t limit; // bytes of its body
@@ -20,7 +25,7 @@ struct KindOfRequest {
 constexpr std::array<KindOfRequest, 5> kinds = { {
     { "command", 4096 },
     { "reload", 0 },
-    { "feed", 16 << 20 },
+    { "feed", feedBodyLimit },
     { "clear-counters", 0 },
     { "ring", 0 },
 } };
@@ -57,6 +62,12 @@ FrameReader::State FrameReader::add( std::string_view bytes ) {
         state_ = State::complete;
     }
     return state_;
+}
+
+std::string FrameReader::takeBody() {
+    text_.resize( header_ + length_ );
+    text_.erase( 0, header_ );
+    return std::move( text_ );
 }
 
 bool FrameReader::takeHeader() {

@@ -57,7 +57,8 @@ class FrameReader {
     virtual ~FrameReader() = default;
     // Whether the body may have that length, behind a header that begins with that word.
     virtual bool accepts( std::string_view word, U64 length ) = 0;
-    std::string takeBody() { return text_.substr( header_, length_ ); }
+    // The body, once it is there; nothing is left of it in here.
+    std::string takeBody();
     void complaintIs( std::string text ) { complaint_ = std::move( text ); }
     const std::string & complaint() const { return complaint_; }
 
@@ -74,7 +75,7 @@ class FrameReader {
 class RequestReader final : public FrameReader {
   public:
     // Once the request is complete.
-    Request request() { return { kind_, takeBody() }; }
+    Request takeRequest() { return { kind_, takeBody() }; }
     // Why it is malformed, for the user.
     using FrameReader::complaint;
 
@@ -87,7 +88,7 @@ class RequestReader final : public FrameReader {
 class AnswerReader final : public FrameReader {
   public:
     // Once the answer is complete.
-    Answer answer() { return { status_, takeBody() }; }
+    Answer takeAnswer() { return { status_, takeBody() }; }
 
   private:
     bool accepts( std::string_view word, U64 length ) override;

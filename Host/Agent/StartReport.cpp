@@ -37,14 +37,31 @@ std::string programmedText( const SwitchRuntime & runtime ) {
            std::to_string( sm.egressSharedPoolCellCount() ) + " (egress) cells";
 }
 
-void reportStart( const AgentLog & log, const SwitchRuntime & runtime, const std::string & config,
-                  const std::string & socketPath, const std::string & program,
-                  const std::string & socketOption ) {
-    const auto example = [&]( const std::string & words ) {
-        log.info( "    " + program + " " + words + socketOption );
+std::string reservationText( const SwitchRuntime & runtime ) {
+    const KelQos::KelSliceQosSm & sm = runtime.sliceQosSm();
+    std::string text;
+    const auto compare = [&text]( const char * direction, U32 reserved, U32 available ) {
+        if ( reserved > available ) {
+            text += ( text.empty() ? "" : "; " ) + std::string( direction ) + " reserves " +
+                    std::to_string( reserved ) + " of " + std::to_string( available ) + " cells";
+        }
     };
-    log.info( "programmed from " + config + ": " + programmedText( runtime ) );
-    log.info( "listening on " + socketPath + "; to talk to it, in another terminal:" );
+    compare( "ingress", sm.totalIngressReservedCellCount(), sm.totalCellsAvailableForIngress() );
+    compare( "egress", sm.totalEgressReservedCellCount(), sm.totalCellCount() );
+    return text.empty() ? text : "more is reserved than there is: " + text;
+}
+
+void reportStart( const AgentLog & log, const SwitchRuntime & runtime, const std::string & file,
+                  const AgentOptions & options ) {
+    const auto example = [&]( const std::string & words ) {
+        log.info( "    " + options.program + " " + words + options.socketOption );
+    };
+    log.info( "programmed from " + file + ": " + programmedText( runtime ) );
+    const std::string reservation = reservationText( runtime );
+    if ( !reservation.empty() ) {
+        log.error( reservation );
+    }
+    log.info( "listening on " + options.socketPath + "; to talk to it, in another terminal:" );
     example( "show buf" );
     const std::string interface = firstInterface( runtime.document() );
     if ( !interface.empty() ) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Host/Agent/Agent.h"
 #include "Host/Agent/AgentLog.h"
 #include "Host/Switch/SwitchRuntime.h"
 
@@ -10,11 +11,13 @@ namespace KelHost {
 // What was programmed, in one line: ports, priority groups, queues and shared pools.
 std::string programmedText( const SwitchRuntime & runtime );
 
-// The first lines of an agent's log: what was programmed, where it listens, and what to type in
-// another terminal. `program` is the program's name as it was invoked, `socketOption` what a client
-// has to add to find the agent (empty: nothing).
-void reportStart( const AgentLog & log, const SwitchRuntime & runtime, const std::string & config,
-                  const std::string & socketPath, const std::string & program,
-                  const std::string & socketOption );
+// Which direction reserves more of the packet buffer than it has, and how much, in one line. Empty
+// when everything fits.
+std::string reservationText( const SwitchRuntime & runtime );
+
+// The first lines of an agent's log: what was programmed, and from which file, where it listens,
+// and what to type in another terminal.
+void reportStart( const AgentLog & log, const SwitchRuntime & runtime, const std::string & file,
+                  const AgentOptions & options );
 
 } // namespace KelHost

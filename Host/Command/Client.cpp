@@ -2,7 +2,8 @@
 
 #include "Host/Agent/UnixSocket.h"
 #include "Host/Json/DocumentError.h"
-#include "Host/Json/JsonReader.h"
+#include "Host/Json/MessageText.h"
+#include "Host/Json/TextFile.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -74,7 +75,7 @@ Answer receive( int fd ) {
         case AnswerReader::State::incomplete:
             break;
         case AnswerReader::State::complete:
-            return reader.answer();
+            return reader.takeAnswer();
         case AnswerReader::State::malformed:
             throw std::runtime_error( "whoever listens on the agent's socket is no agent" );
         }
@@ -112,11 +113,9 @@ int runClient( const std::vector<std::string> & socketPaths, const Request & req
 }
 
 Request feedRequest( const std::string & file ) {
-    std::string body = file;
-    std::ranges::replace( body, '\n', ' ' ); // the name ends at the line end
-    body += '\n';
     try {
-        return { RequestKind::feed, body + readTextFile( file ) };
+        // The name ends at the line end.
+        return { RequestKind::feed, shown( inputName( file ), 300 ) + '\n' + readInput( file ) };
     } catch ( const DocumentError & error ) {
         throw std::runtime_error( error.what() );
     }

@@ -1,7 +1,5 @@
 #include "Host/Document/DocumentTransition.h"
 
-#include "Host/Json/JsonValue.h"
-
 namespace KelHost {
 
 namespace {

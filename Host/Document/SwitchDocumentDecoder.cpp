@@ -34,13 +34,13 @@ void bufferParamsObject( const JsonCursor & cursor, BufferParams & out ) {
 }
 
 void cosToTc( const JsonCursor & cursor, SwitchDocument & out ) {
-    const auto * classes = cursor.value().as<JsonArray>();
-    if ( classes == nullptr || classes->size() != out.cosToTc.size() ) {
+    const Json & classes = cursor.value();
+    if ( !classes.is_array() || classes.size() != out.cosToTc.size() ) {
         cursor.refuse( "must be an array of 8 traffic classes" );
     }
     for ( std::size_t cos = 0; cos < out.cosToTc.size(); ++cos ) {
         out.cosToTc[cos] =
-            static_cast<U8>( readInteger( cursor.element( *classes, cos ), 0, unmappedTc ) );
+            static_cast<U8>( readInteger( cursor.element( classes, cos ), 0, unmappedTc ) );
     }
 }
 
@@ -58,7 +58,7 @@ constexpr Rule<SwitchDocument> documentRules[] = {
 
 } // namespace Decode
 
-SwitchDocument decodeSwitchDocument( const JsonValue & root, const DocumentPlace & place ) {
+SwitchDocument decodeSwitchDocument( const Json & root, const DocumentPlace & place ) {
     SwitchDocument document;
     Decode::object( JsonCursor( root, place ), document, Decode::documentRules );
     return document;

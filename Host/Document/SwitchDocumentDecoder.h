@@ -2,7 +2,7 @@
 
 #include "Host/Document/SwitchDocument.h"
 #include "Host/Json/DocumentError.h"
-#include "Host/Json/JsonValue.h"
+#include "Host/Json/Json.h"
 
 namespace KelHost {
 
@@ -10,6 +10,6 @@ namespace KelHost {
 //
 // Throws DocumentError at the first unknown member, wrong type, value out of range, missing
 // member or broken cross-reference.
-SwitchDocument decodeSwitchDocument( const JsonValue & root, const DocumentPlace & place );
+SwitchDocument decodeSwitchDocument( const Json & root, const DocumentPlace & place );
 
 } // namespace KelHost

@@ -15,7 +15,7 @@ constexpr U64 highestLocalPort = 71; // the next one is the pipe's mirror port
 constexpr std::string_view enabledWords[] = { "unknown", "enabled", "disabled" };
 
 void portIndex( const JsonCursor & cursor, PortSettings & out ) {
-    const auto * given = cursor.value().as<U64>();
+    const auto * given = cursor.value().get_ptr<const U64 *>();
     if ( given == nullptr || *given / pipeSize > highestPipe ||
          *given % pipeSize > highestLocalPort ) {
         cursor.refuse( "must be pipe x 128 + local port, an integer: pipe 0 to 3, local port 0 "
@@ -38,9 +38,9 @@ void checkName( const JsonCursor & cursor ) {
                        "\"Internal68\"" );
     }
     const auto printable = []( char c ) { return c > ' ' && c <= '~'; };
-    if ( name.empty() || !std::all_of( name.begin(), name.end(), printable ) ) {
-        cursor.refuse( "is not an interface name; allowed are printable ASCII characters without "
-                       "a blank, at least one" );
+    if ( name.empty() || name.size() > nameLimit || !std::ranges::all_of( name, printable ) ) {
+        cursor.refuse( "is not an interface name; allowed are 1 to 64 printable ASCII characters "
+                       "without a blank" );
     }
 }
 
@@ -48,12 +48,12 @@ void checkName( const JsonCursor & cursor ) {
 
 void portsObject( const JsonCursor & cursor, Ports & out ) {
     std::map<U16, std::string_view> owners;
-    for ( const JsonMember & entry : readObject( cursor ) ) {
-        const JsonCursor port = cursor.member( entry.name, entry.value );
+    for ( const auto & [name, value] : readObject( cursor ) ) {
+        const JsonCursor port = cursor.member( name, value );
         checkName( port );
-        PortSettings & settings = out[entry.name];
+        PortSettings & settings = out[name];
         object( port, settings, portRules );
-        const auto [owner, isNew] = owners.emplace( settings.portIndex, entry.name );
+        const auto [owner, isNew] = owners.emplace( settings.portIndex, name );
         if ( !isNew ) {
             cursor.place().refuse( port.pointer() + "/portIndex",
                                    "must be unique; " + std::to_string( settings.portIndex ) +

@@ -10,6 +10,7 @@ constexpr U64 highestResource = 65535;
 constexpr U64 highestGroupCounter = 255;
 constexpr U64 highestQueueCounter = 65535;
 constexpr U64 highestBlockCounter = 4294967295;
+constexpr std::size_t blockCounterLimit = 4096; // of a pipe
 
 // A value is checked against the limits as it is written, before it is rounded to its type.
 template <auto member, U64 high>
@@ -46,7 +47,7 @@ void queueCounter( const JsonCursor & cursor, U64 & out ) {
 }
 
 constexpr Rule<BlockCounter> blockCounterRules[] = {
-    { "name", text<&BlockCounter::name>, true },
+    { "name", name<&BlockCounter::name>, true },
     { "type", anyUnsigned<&BlockCounter::type>, true },
     { "value", anyUnsigned<&BlockCounter::value> },
 };
@@ -65,6 +66,9 @@ void queueIndex( const JsonCursor & cursor, PipeCounters & out ) {
 }
 
 void blockIndex( const JsonCursor & cursor, PipeCounters & out ) {
+    if ( readObject( cursor ).size() > blockCounterLimit ) {
+        cursor.refuse( "must have 4096 members at most" );
+    }
     numbered( cursor, out.block.emplace(), highestBlockCounter, "a block-level counter",
               blockCounter );
 }

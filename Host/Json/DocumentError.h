@@ -24,10 +24,18 @@ struct DocumentPlace {
     bool afterPatch = false;
 
     // "FILE: POINTER: TEXT" for a member of the value; `pointer` is relative to the value and is
-    // left out together with its colon when it leads to the root of the file.
+    // left out together with its colon when it leads to the root of the file. One line of at most
+    // messageLimit bytes, whatever the names are.
     std::string line( std::string_view pointer, std::string_view text ) const;
+
+    // The file as a message names it.
+    std::string shownFile() const;
 
     [[noreturn]] void refuse( std::string_view pointer, std::string_view text ) const;
 };
+
+// A name as one token of a JSON pointer in a message: "~" becomes "~0" and "/" becomes "~1", and a
+// long name is cut.
+std::string pointerToken( std::string_view name );
 
 } // namespace KelHost

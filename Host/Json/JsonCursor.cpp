@@ -6,7 +6,7 @@ std::string JsonCursor::pointer() const {
     if ( parent_ == nullptr ) {
         return {};
     }
-    const bool inArray = parent_->value_.as<JsonArray>() != nullptr;
+    const bool inArray = parent_->value_.is_array();
     return parent_->pointer() + '/' +
            ( inArray ? std::to_string( index_ ) : pointerToken( name_ ) );
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Host/Json/DocumentError.h"
-#include "Host/Json/JsonValue.h"
+#include "Host/Json/Json.h"
 
 namespace KelHost {
 
@@ -10,17 +10,17 @@ namespace KelHost {
 // put together only when an error needs it.
 class JsonCursor {
   public:
-    JsonCursor( const JsonValue & root, const DocumentPlace & place )
+    JsonCursor( const Json & root, const DocumentPlace & place )
         : value_( root ), place_( place ) {}
 
-    JsonCursor member( std::string_view name, const JsonValue & value ) const {
+    JsonCursor member( std::string_view name, const Json & value ) const {
         return JsonCursor( value, place_, this, name, 0 );
     }
-    JsonCursor element( const JsonArray & array, std::size_t index ) const {
+    JsonCursor element( const Json & array, std::size_t index ) const {
         return JsonCursor( array[index], place_, this, {}, index );
     }
 
-    const JsonValue & value() const { return value_; }
+    const Json & value() const { return value_; }
     const DocumentPlace & place() const { return place_; }
 
     // The name of the member that this value is; empty for the root and array elements.
@@ -36,11 +36,11 @@ class JsonCursor {
     [[noreturn]] void refuse( std::string_view text ) const;
 
   private:
-    JsonCursor( const JsonValue & value, const DocumentPlace & place, const JsonCursor * parent,
+    JsonCursor( const Json & value, const DocumentPlace & place, const JsonCursor * parent,
                 std::string_view name, std::size_t index )
         : value_( value ), place_( place ), parent_( parent ), name_( name ), index_( index ) {}
 
-    const JsonValue & value_;
+    const Json & value_;
     const DocumentPlace & place_;
     const JsonCursor * parent_ = nullptr;
     std::string_view name_;

@@ -1,5 +1,6 @@
 #include "Host/Json/JsonDecode.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace KelHost::Decode {
@@ -14,21 +15,27 @@ std::string textOf( F64 number ) {
     return { buffer, end };
 }
 
-std::string quoted( std::string_view word ) { return '"' + std::string( word ) + '"'; }
+std::string inQuotes( std::string_view word ) { return '"' + std::string( word ) + '"'; }
 
 // "a", "b" or "c"
 std::string listed( std::span<const std::string_view> words, std::string_view last ) {
     std::string list;
     for ( std::size_t i = 0; i < words.size(); ++i ) {
         list += i == 0 ? "" : i + 1 < words.size() ? ", " : last;
-        list += quoted( words[i] );
+        list += inQuotes( words[i] );
     }
     return list;
 }
 
+// Null when the value is something else.
+template <class T>
+const T * find( const JsonCursor & cursor ) {
+    return cursor.value().get_ptr<const T *>();
+}
+
 template <class T>
 const T & read( const JsonCursor & cursor, std::string_view allowed ) {
-    const auto * value = cursor.value().as<T>();
+    const T * value = find<T>( cursor );
     if ( value == nullptr ) {
         cursor.refuse( allowed );
     }
@@ -37,8 +44,8 @@ const T & read( const JsonCursor & cursor, std::string_view allowed ) {
 
 } // namespace
 
-const JsonObject & readObject( const JsonCursor & cursor ) {
-    return read<JsonObject>( cursor, "must be an object" );
+const Json::object_t & readObject( const JsonCursor & cursor ) {
+    return read<Json::object_t>( cursor, "must be an object" );
 }
 
 bool readBoolean( const JsonCursor & cursor ) {
@@ -49,12 +56,23 @@ const std::string & readText( const JsonCursor & cursor ) {
     return read<std::string>( cursor, "must be a string" );
 }
 
+const std::string & readName( const JsonCursor & cursor ) {
+    const std::string & name = readText( cursor );
+    const auto printable = []( char c ) { return c >= ' ' && c <= '~'; };
+    if ( name.empty() || name.size() > nameLimit || !std::ranges::all_of( name, printable ) ) {
+        cursor.refuse( "must be 1 to 64 printable ASCII characters" );
+    }
+    return name;
+}
+
 U64 readInteger( const JsonCursor & cursor, S64 low, U64 high ) {
-    if ( const auto * negative = cursor.value().as<S64>();
+    const Json & number = cursor.value();
+    // Those that are not negative have the unsigned form.
+    if ( const auto * negative = number.is_number_unsigned() ? nullptr : find<S64>( cursor );
          negative != nullptr && *negative >= low ) {
         return static_cast<U64>( *negative );
     }
-    const auto * value = cursor.value().as<U64>();
+    const auto * value = find<U64>( cursor );
     if ( value != nullptr && *value <= high && ( low <= 0 || *value >= static_cast<U64>( low ) ) ) {
         return *value;
     }
@@ -63,14 +81,10 @@ U64 readInteger( const JsonCursor & cursor, S64 low, U64 high ) {
 }
 
 F64 readNumber( const JsonCursor & cursor, F64 low, F64 high ) {
-    const JsonValue & value = cursor.value();
+    const Json & value = cursor.value();
     std::optional<F64> number;
-    if ( const auto * real = value.as<F64>() ) {
-        number = *real;
-    } else if ( const auto * integer = value.as<U64>() ) {
-        number = static_cast<F64>( *integer );
-    } else if ( const auto * negative = value.as<S64>() ) {
-        number = static_cast<F64>( *negative );
+    if ( value.is_number() ) {
+        number = value.get<F64>();
     }
     if ( !number.has_value() || *number < low || *number > high ) {
         cursor.refuse( "must be a number from " + textOf( low ) + " to " + textOf( high ) );
@@ -79,7 +93,7 @@ F64 readNumber( const JsonCursor & cursor, F64 low, F64 high ) {
 }
 
 std::size_t readWord( const JsonCursor & cursor, std::span<const std::string_view> words ) {
-    if ( const auto * given = cursor.value().as<std::string>() ) {
+    if ( const auto * given = find<std::string>( cursor ) ) {
         for ( std::size_t i = 0; i < words.size(); ++i ) {
             if ( words[i] == *given ) {
                 return i;
@@ -96,7 +110,7 @@ U64 readKey( const JsonCursor & cursor, U64 high, std::string_view what ) {
     const auto [end, error] = std::from_chars( name.data(), name.data() + name.size(), key );
     if ( error != std::errc{} || end != name.data() + name.size() || leadingZero || key > high ) {
         cursor.refuse( "is not " + std::string( what ) + "; allowed are \"0\" to " +
-                       quoted( std::to_string( high ) ) );
+                       inQuotes( std::to_string( high ) ) );
     }
     return key;
 }
@@ -110,7 +124,7 @@ void refuseCount( const JsonCursor & cursor, std::span<const std::string_view> a
 }
 
 void refuseMissing( const JsonCursor & cursor, std::string_view missing ) {
-    cursor.refuse( "must have the member " + quoted( missing ) );
+    cursor.refuse( "must have the member " + inQuotes( missing ) );
 }
 
 } // namespace KelHost::Decode

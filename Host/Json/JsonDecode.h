@@ -42,9 +42,14 @@ using ClassOf = typename MemberOf<member>::Class;
 template <auto member>
 using TypeOf = typename MemberOf<member>::Type;
 
-const JsonObject & readObject( const JsonCursor & );
+// Characters that a name has at most.
+inline constexpr std::size_t nameLimit = 64;
+
+const Json::object_t & readObject( const JsonCursor & );
 bool readBoolean( const JsonCursor & );
 const std::string & readText( const JsonCursor & );
+// 1 to 64 printable ASCII characters.
+const std::string & readName( const JsonCursor & );
 
 // An integer in the given range, written without fraction and exponent, as its 64 bits.
 U64 readInteger( const JsonCursor &, S64 low, U64 high );
@@ -63,16 +68,16 @@ U64 readKey( const JsonCursor &, U64 high, std::string_view what );
 [[noreturn]] void refuseCount( const JsonCursor &, std::span<const std::string_view> allowed );
 [[noreturn]] void refuseMissing( const JsonCursor &, std::string_view missing );
 
-// Fills `out` from the members of a JSON object, in the order in which they are written.
+// Fills `out` from the members of a JSON object.
 template <class T, std::size_t n>
 void object( const JsonCursor & cursor, T & out, const Rule<T> ( &rules )[n] ) {
     bool found[n] = {};
-    for ( const JsonMember & member : readObject( cursor ) ) {
+    for ( const auto & [name, value] : readObject( cursor ) ) {
         std::size_t i = 0;
-        while ( i < n && rules[i].name != member.name ) {
+        while ( i < n && rules[i].name != name ) {
             ++i;
         }
-        const JsonCursor inner = cursor.member( member.name, member.value );
+        const JsonCursor inner = cursor.member( name, value );
         if ( i == n ) {
             std::string_view names[n];
             for ( std::size_t k = 0; k < n; ++k ) {
@@ -112,6 +117,10 @@ template <auto member>
 void text( const JsonCursor & cursor, ClassOf<member> & out ) {
     out.*member = readText( cursor );
 }
+template <auto member>
+void name( const JsonCursor & cursor, ClassOf<member> & out ) {
+    out.*member = readName( cursor );
+}
 
 // An enumeration (or an optional one) whose values are the positions of the words.
 template <auto member, const auto & words>
@@ -139,8 +148,8 @@ void nested( const JsonCursor & cursor, ClassOf<member> & out ) {
 template <class Map>
 void numbered( const JsonCursor & cursor, Map & out, U64 highestKey, std::string_view what,
                void ( *decode )( const JsonCursor &, typename Map::mapped_type & ) ) {
-    for ( const JsonMember & entry : readObject( cursor ) ) {
-        const JsonCursor inner = cursor.member( entry.name, entry.value );
+    for ( const auto & [name, value] : readObject( cursor ) ) {
+        const JsonCursor inner = cursor.member( name, value );
         const U64 key = readKey( inner, highestKey, what );
         decode( inner, out[static_cast<typename Map::key_type>( key )] );
     }

@@ -1,31 +1,27 @@
 #include "Host/Json/JsonReader.h"
 
 #include "Host/Json/DocumentError.h"
+#include "Host/Json/MessageText.h"
+#include "Platform/Framework/Types.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <memory>
-#include <nlohmann/json.hpp>
+#include <vector>
 
 namespace KelHost {
 
 namespace {
 
-constexpr std::size_t fileSizeLimit = std::size_t{ 256 } << 20;
-
 // Builds the tree from the parser's events. A handler that returns false ends the parse; `error`
 // then says what was refused.
-class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
+class TreeBuilder : public nlohmann::json_sax<Json> {
   public:
     TreeBuilder( std::string_view text, const std::string & file )
         : text_( text ), place_{ .file = file } {}
 
-    JsonValue root;
+    Json root;
     std::string error;
 
-    bool null() override { return value( std::monostate{} ); }
+    bool null() override { return value( nullptr ); }
     bool boolean( bool given ) override { return value( given ); }
     bool number_unsigned( U64 given ) override { return value( given ); }
     bool number_integer( S64 given ) override {
@@ -34,62 +30,70 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
     }
     bool number_float( F64 given, const std::string & ) override { return value( given ); }
     bool string( std::string & given ) override { return value( std::move( given ) ); }
-    bool binary( nlohmann::json::binary_t & ) override { return false; } // not in JSON text
+    bool binary( Json::binary_t & ) override { return false; } // not in JSON text
 
-    bool start_object( std::size_t ) override { return open( JsonObject{} ); }
-    bool start_array( std::size_t ) override { return open( JsonArray{} ); }
+    bool start_object( std::size_t ) override { return open( Json::object() ); }
+    bool start_array( std::size_t ) override { return open( Json::array() ); }
     bool end_object() override { return close(); }
     bool end_array() override { return close(); }
 
     bool key( std::string & name ) override {
         Level & level = levels_.back();
-        level.name = name;
-        level.member = level.container->as<JsonObject>()->add( std::move( name ) );
-        return level.member != nullptr ||
-               refuse( "is given twice; each member of an object may be given once" );
+        const auto [member, isNew] =
+            level.container->get_ref<Json::object_t &>().try_emplace( std::move( name ) );
+        level.member = &*member;
+        return isNew || refuse( "is given twice; each member of an object may be given once" );
     }
 
     bool parse_error( std::size_t position, const std::string & token,
-                      const nlohmann::json::exception & reason ) override;
+                      const Json::exception & reason ) override;
 
     // "FILE:LINE:COLUMN: JSON syntax error: WHAT" for the byte at `offset`.
     std::string syntaxError( std::size_t offset, std::string_view what ) const;
 
   private:
     struct Level {
-        JsonValue * container;
-        JsonValue * member; // of an object: where the next value goes
-        std::string name;   // of that member
+        Json * container;
+        Json::object_t::value_type * member; // of an object: the one whose value comes next
     };
 
     // Where the next value goes. A container does not grow while one inside it is open, so pointers
     // to open containers stay valid.
-    JsonValue & next() {
+    Json & next() {
         if ( levels_.empty() ) {
             return root;
         }
-        if ( levels_.back().member != nullptr ) {
-            return *levels_.back().member;
+        const Level & level = levels_.back();
+        if ( level.member != nullptr ) {
+            return level.member->second;
         }
-        return levels_.back().container->as<JsonArray>()->emplace_back();
+        auto & array = level.container->get_ref<Json::array_t &>();
+        return array.emplace_back();
     }
 
     template <class T>
     bool value( T && given ) {
-        next() = JsonValue( std::forward<T>( given ) );
-        return true;
+        next() = std::forward<T>( given );
+        return count();
     }
 
-    template <class T>
-    bool open( T && empty ) {
-        JsonValue & container = next();
-        container = JsonValue( std::forward<T>( empty ) );
+    bool open( Json && empty ) {
+        Json & container = next();
+        container = std::move( empty );
         if ( levels_.size() == jsonDepthLimit ) {
             return refuse( "is nested too deeply; at most " + std::to_string( jsonDepthLimit ) +
                            " objects and arrays may lie inside each other" );
         }
-        levels_.push_back( { &container, nullptr, {} } );
+        if ( !count() ) {
+            return false;
+        }
+        levels_.push_back( { &container, nullptr } );
         return true;
+    }
+
+    bool count() {
+        return ++values_ <= jsonValueLimit || refuse( "is one value too many; a file may have " +
+                                                      std::to_string( jsonValueLimit ) );
     }
 
     bool close() {
@@ -101,10 +105,9 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
     bool refuse( std::string_view what ) {
         std::string pointer;
         for ( const Level & level : levels_ ) {
-            const JsonArray * array = level.container->as<JsonArray>();
             pointer += '/';
-            pointer +=
-                array == nullptr ? pointerToken( level.name ) : std::to_string( array->size() - 1 );
+            pointer += level.member != nullptr ? pointerToken( level.member->first )
+                                               : std::to_string( level.container->size() - 1 );
         }
         error = place_.line( pointer, what );
         return false;
@@ -113,6 +116,7 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
     std::string_view text_;
     DocumentPlace place_;
     std::vector<Level> levels_;
+    std::size_t values_ = 0;
 };
 
 // In the parser's own message " - REASON" follows its idea of the position, and may be followed by
@@ -146,7 +150,7 @@ std::size_t offendingLength( std::string_view what, std::string_view token ) {
 }
 
 bool TreeBuilder::parse_error( std::size_t position, const std::string & token,
-                               const nlohmann::json::exception & reason ) {
+                               const Json::exception & reason ) {
     constexpr int numberOverflow = 406;
     if ( reason.id == numberOverflow ) {
         // Such a number is well-formed, but out of the range of every member.
@@ -166,19 +170,16 @@ std::string TreeBuilder::syntaxError( std::size_t offset, std::string_view what 
     const std::string_view before = text_.substr( 0, offset );
     const auto lines = std::count( before.begin(), before.end(), '\n' );
     const std::size_t lineStart = before.rfind( '\n' ) + 1; // 0 when there is none
-    return place_.file + ':' + std::to_string( lines + 1 ) + ':' +
-           std::to_string( offset - lineStart + 1 ) + ": JSON syntax error: " + std::string( what );
-}
-
-[[noreturn]] void refuseFile( const std::string & file, std::string_view why ) {
-    DocumentPlace{ .file = file }.refuse( {}, "cannot be read: " + std::string( why ) );
+    return bounded( place_.shownFile() + ':' + std::to_string( lines + 1 ) + ':' +
+                    std::to_string( offset - lineStart + 1 ) +
+                    ": JSON syntax error: " + std::string( what ) );
 }
 
 } // namespace
 
-JsonValue readJson( std::string_view text, const std::string & file ) {
+Json readJson( std::string_view text, const std::string & file ) {
     TreeBuilder builder( text, file );
-    if ( !nlohmann::json::sax_parse( text.begin(), text.end(), &builder ) ) {
+    if ( !Json::sax_parse( text.begin(), text.end(), &builder ) ) {
         throw DocumentError( builder.error );
     }
     // The parser takes a null byte behind the value for the end of the input.
@@ -186,27 +187,6 @@ JsonValue readJson( std::string_view text, const std::string & file ) {
         throw DocumentError( builder.syntaxError( nullByte, "unexpected null byte" ) );
     }
     return std::move( builder.root );
-}
-
-std::string readTextFile( const std::string & file ) {
-    const auto closeFile = []( std::FILE * stream ) { std::fclose( stream ); };
-    const std::unique_ptr<std::FILE, decltype( closeFile )> stream(
-        std::fopen( file.c_str(), "rb" ) );
-    if ( stream == nullptr ) {
-        refuseFile( file, std::strerror( errno ) );
-    }
-    std::string text;
-    std::string chunk( 1 << 16, '\0' );
-    while ( const std::size_t got = std::fread( chunk.data(), 1, chunk.size(), stream.get() ) ) {
-        text.append( chunk, 0, got );
-        if ( text.size() > fileSizeLimit ) {
-            refuseFile( file, "it is larger than 256 MiB" );
-        }
-    }
-    if ( std::ferror( stream.get() ) != 0 ) {
-        refuseFile( file, std::strerror( errno ) );
-    }
-    return text;
 }
 
 } // namespace KelHost

@@ -71,7 +71,7 @@ class Player {
         std::_Exit( status );
     }
 
-    void act( const PatchStep & step ) { runtime_.documentIs( step.document ); }
+    void act( const PatchStep & step ) { runtime_.apply( step.difference ); }
     void act( const AdvanceStep & step ) {
         runtime_.advanceTo( activityManager_.now() + step.seconds );
     }

@@ -4,6 +4,7 @@
 #include "Host/Document/SwitchDocumentDecoder.h"
 #include "Host/Json/JsonDecode.h"
 #include "Host/Json/JsonReader.h"
+#include "Host/Json/TextFile.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -17,6 +18,11 @@ using Decode::Rule;
 constexpr S64 lowestStatus = std::numeric_limits<S32>::min();
 constexpr U64 highestStatus = std::numeric_limits<S32>::max();
 constexpr F64 longestAdvance = 1e7; // seconds
+
+// A step is two values at least. However many of them a file has, their times do not add up to more
+// than a double resolves to the millisecond.
+constexpr F64 longestTime = 0x1p43; // seconds; from here on neighbours are 2 ms apart
+static_assert( longestAdvance * ( jsonValueLimit / 2 ) < longestTime );
 
 void faultStatus( const JsonCursor & cursor, FaultStep & out ) {
     out.status = static_cast<S32>( Decode::readInteger( cursor, lowestStatus, highestStatus ) );
@@ -35,10 +41,10 @@ constexpr Rule<FaultStep> faultRules[] = {
 // The members of a scenario may be written in any order, but are read in this one, since they build
 // on each other.
 struct Members {
-    const JsonValue * config = nullptr;
-    const JsonValue * simulation = nullptr;
-    const JsonValue * faults = nullptr;
-    const JsonValue * steps = nullptr;
+    const Json * config = nullptr;
+    const Json * simulation = nullptr;
+    const Json * faults = nullptr;
+    const Json * steps = nullptr;
 };
 
 template <auto member>
@@ -53,12 +59,11 @@ constexpr Rule<Members> memberRules[] = {
     { "steps", keep<&Members::steps> },
 };
 
-const JsonArray & readArray( const JsonCursor & cursor ) {
-    const auto * array = cursor.value().as<JsonArray>();
-    if ( array == nullptr ) {
+const Json & readArray( const JsonCursor & cursor ) {
+    if ( !cursor.value().is_array() ) {
         cursor.refuse( "must be an array" );
     }
-    return *array;
+    return cursor.value();
 }
 
 class ScenarioReader {
@@ -66,7 +71,7 @@ class ScenarioReader {
     ScenarioReader( const std::string & file, std::span<const FaultCall> faultCalls )
         : place_{ .file = file }, faultCalls_( faultCalls ) {}
 
-    Scenario read( const JsonValue & root ) {
+    Scenario read( const Json & root ) {
         const JsonCursor cursor( root, place_ );
         Members members;
         Decode::object( cursor, members, memberRules );
@@ -79,14 +84,14 @@ class ScenarioReader {
         }
         if ( members.faults != nullptr ) {
             const JsonCursor faults = cursor.member( "faults", *members.faults );
-            const JsonArray & array = readArray( faults );
+            const Json & array = readArray( faults );
             for ( std::size_t i = 0; i < array.size(); ++i ) {
                 scenario.faults.push_back( readFault( faults.element( array, i ) ) );
             }
         }
         if ( members.steps != nullptr ) {
             const JsonCursor steps = cursor.member( "steps", *members.steps );
-            const JsonArray & array = readArray( steps );
+            const Json & array = readArray( steps );
             for ( std::size_t i = 0; i < array.size(); ++i ) {
                 scenario.steps.push_back( readStep( steps.element( array, i ) ) );
             }
@@ -104,7 +109,7 @@ class ScenarioReader {
     static const StepKind stepKinds[7];
 
     void readConfig( const JsonCursor & cursor ) {
-        if ( const auto * path = cursor.value().as<std::string>() ) {
+        if ( const auto * path = cursor.value().get_ptr<const std::string *>() ) {
             // Control characters would end the name early, or break the line of an error that
             // quotes it.
             if ( std::ranges::any_of( *path, []( unsigned char c ) { return c < ' '; } ) ) {
@@ -116,7 +121,7 @@ class ScenarioReader {
             document_ = decodeSwitchDocument( tree_, { .file = file } );
             return;
         }
-        if ( cursor.value().as<JsonObject>() == nullptr ) {
+        if ( !cursor.value().is_object() ) {
             cursor.refuse( "must be a switch document or the path of one" );
         }
         tree_ = cursor.value();
@@ -163,15 +168,15 @@ class ScenarioReader {
     }
 
     ScenarioStep readStep( const JsonCursor & cursor ) {
-        const JsonObject & step = Decode::readObject( cursor );
-        for ( const JsonMember & member : step ) {
-            kindOf( cursor.member( member.name, member.value ) );
+        const Json::object_t & step = Decode::readObject( cursor );
+        for ( const auto & [name, value] : step ) {
+            kindOf( cursor.member( name, value ) );
         }
         if ( step.size() != 1 ) {
             Decode::refuseCount( cursor, stepNames() );
         }
-        const JsonMember & only = *step.begin();
-        const JsonCursor value = cursor.member( only.name, only.value );
+        const auto & [name, given] = *step.begin();
+        const JsonCursor value = cursor.member( name, given );
         return ( this->*kindOf( value ).read )( value );
     }
 
@@ -179,11 +184,12 @@ class ScenarioReader {
     ScenarioStep readPatch( const JsonCursor & cursor ) {
         const DocumentPlace place{
             .file = place_.file, .root = cursor.parent().pointer(), .afterPatch = true };
-        tree_ = mergePatch( std::move( tree_ ), cursor.value() );
+        tree_.merge_patch( cursor.value() );
         SwitchDocument next = decodeSwitchDocument( tree_, place );
         checkTransition( document_, next, place );
+        PatchStep step{ differenceOf( document_, next ) };
         document_ = std::move( next );
-        return PatchStep{ document_ };
+        return step;
     }
 
     ScenarioStep readAdvance( const JsonCursor & cursor ) {
@@ -197,7 +203,7 @@ class ScenarioReader {
     ScenarioStep readFaultStep( const JsonCursor & cursor ) { return readFault( cursor ); }
 
     ScenarioStep readClearCounters( const JsonCursor & cursor ) {
-        if ( cursor.value() != JsonValue( true ) ) {
+        if ( cursor.value() != true ) {
             cursor.refuse( "must be true" );
         }
         return ClearCountersStep{};
@@ -215,7 +221,7 @@ class ScenarioReader {
     DocumentPlace place_;
     std::span<const FaultCall> faultCalls_;
     // The current document at the step that is being read: as it was written, and decoded.
-    JsonValue tree_;
+    Json tree_;
     SwitchDocument document_;
 };
 
@@ -231,19 +237,18 @@ const ScenarioReader::StepKind ScenarioReader::stepKinds[] = {
 
 } // namespace
 
-bool isScenario( const JsonValue & root ) {
-    const auto * object = root.as<JsonObject>();
-    return object != nullptr &&
-           ( object->find( "config" ) != nullptr || object->find( "steps" ) != nullptr );
+bool isScenario( const Json & root ) {
+    return root.contains( "config" ) || root.contains( "steps" );
 }
 
 Scenario readScenarioFile( const std::string & file, std::span<const FaultCall> faultCalls ) {
-    const JsonValue root = readJsonFile( file );
+    const std::string name = inputName( file );
+    const Json root = readJson( readInput( file ), name );
     if ( isScenario( root ) ) {
-        return ScenarioReader( file, faultCalls ).read( root );
+        return ScenarioReader( name, faultCalls ).read( root );
     }
     Scenario scenario;
-    scenario.start = decodeSwitchDocument( root, { .file = file } );
+    scenario.start = decodeSwitchDocument( root, { .file = name } );
     return scenario;
 }
 

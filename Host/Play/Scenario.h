@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Host/Document/SwitchDocument.h"
-#include "Host/Json/JsonValue.h"
+#include "Host/Document/DocumentDifference.h"
+#include "Host/Json/Json.h"
 
 #include <span>
 #include <string>
@@ -27,9 +27,9 @@ struct FaultStep {
     U64 times = always;
 };
 
-// The current document becomes this one.
+// The current document is taken this step on.
 struct PatchStep {
-    SwitchDocument document;
+    DocumentDifference difference;
 };
 
 struct AdvanceStep {
@@ -64,13 +64,14 @@ struct Scenario {
 };
 
 // An object with the member "config" or "steps" is a scenario, anything else a switch document.
-bool isScenario( const JsonValue & root );
+bool isScenario( const Json & root );
 
 // Reads a scenario file, or a switch document as a scenario without steps. The path of a document
 // in it is relative to the scenario's folder. `faultCalls` are the driver calls that can be made to
 // fail.
 //
-// Throws DocumentError when a file cannot be read or anything in it is refused.
+// A file named "-" is standard input. Throws DocumentError when a file cannot be read or anything
+// in it is refused.
 Scenario readScenarioFile( const std::string & file, std::span<const FaultCall> faultCalls );
 
 } // namespace KelHost

@@ -58,9 +58,11 @@ void SwitchRuntime::start( ChipAccess & chip ) {
     serveTimers();
 }
 
-void SwitchRuntime::documentIs( SwitchDocument next ) {
-    runToCompletion( [&] { applyDifference( document_, next, store_ ); } );
-    document_ = std::move( next );
+void SwitchRuntime::apply( const DocumentDifference & difference ) {
+    runToCompletion( [&] {
+        applyDifference( difference.before, difference.after, store_ );
+        KelHost::apply( difference, document_ );
+    } );
 }
 
 void SwitchRuntime::serveTimers() { advanceTo( activityManager_.now() ); }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Host/Document/SwitchDocument.h"
+#include "Host/Document/DocumentDifference.h"
 #include "Host/Switch/ChipAccess.h"
 #include "Host/Switch/StateStore.h"
 #include "Platform/Framework/ActivityManager.h"
@@ -38,8 +38,9 @@ class SwitchRuntime {
     const SwitchDocument & document() const { return document_; }
     const KelQos::KelSliceQosSm & sliceQosSm() const { return *sliceQosSm_; }
 
-    // Applies what differs from the present document. The step must have passed checkTransition().
-    void documentIs( SwitchDocument next );
+    // Takes the switch a step on, from the present document. The step, or the whole one of which it
+    // is a part, must have passed checkTransition().
+    void apply( const DocumentDifference & difference );
 
     // Fires the timers that are due by now, in order of due time.
     void serveTimers();

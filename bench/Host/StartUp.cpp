@@ -3,6 +3,7 @@
 
 #include "Host/Document/SwitchDocumentDecoder.h"
 #include "Host/Json/JsonReader.h"
+#include "Host/Json/TextFile.h"
 #include "Host/Switch/StateStoreDifference.h"
 #include "KelQos/Slice/KelSliceQosSm.h"
 #include "Platform/Framework/ActivityManager.h"

@@ -1,6 +1,5 @@
 #include "Host/Agent/CommandServer.h"
 #include "Host/Agent/CommandSocket.h"
-#include "Platform/Framework/ActivityManager.h"
 #include "tests/Host/ProcessHelpers.h"
 
 using namespace KelHost;
@@ -12,7 +11,7 @@ std::string refusal( const std::string & why ) {
     return encoded( Answer{ AnswerStatus::refused, why } );
 }
 
-// The server in this process, where time is the test's: it stands still but for pass().
+// The server in this process, where time is the test's: it stands still but for beats().
 class CommandServerTest : public testing::Test {
   protected:
     FileDescriptor connection() {
@@ -29,7 +28,12 @@ class CommandServerTest : public testing::Test {
             loop.wait( 0 );
         }
     }
-    void pass( F64 seconds ) { activityManager.advanceTo( activityManager.now() + seconds ); }
+    void beats( U32 count ) {
+        for ( U32 i = 0; i < count; ++i ) {
+            server.beat();
+            serve();
+        }
+    }
 
     void say( const FileDescriptor & client, std::string_view text ) {
         EXPECT_EQ( send( client.get(), text.data(), text.size(), MSG_NOSIGNAL ),
@@ -53,20 +57,26 @@ class CommandServerTest : public testing::Test {
         return text + "...";
     }
 
-    Answer answer( const Request & request ) {
+    void answer( const Request & request, const CommandServer::Reply & reply ) {
         requests.push_back( request );
-        return { AnswerStatus::done, std::string( answerSize, 'a' ) };
+        if ( request.kind == RequestKind::reload ) {
+            later.push_back( reply );
+        } else {
+            reply( { AnswerStatus::done, std::string( answerSize, 'a' ) } );
+        }
     }
 
     TempFolder folder;
-    Kel::ActivityManager activityManager;
     EventLoop loop;
     CommandSocket socket{ folder.file( "socket" ) };
     std::vector<Request> requests;
+    std::vector<CommandServer::Reply> later; // of reloads
     std::size_t answerSize = 3;
     bool busy = false;
-    CommandServer server{ socket.fd(), loop, activityManager.scheduler(),
-                          [this]( const Request & request ) { return answer( request ); } };
+    CommandServer server{ socket.fd(), loop,
+                          [this]( const Request & request, const CommandServer::Reply & reply ) {
+                              answer( request, reply );
+                          } };
 };
 
 } // namespace
@@ -116,24 +126,43 @@ TEST_F( CommandServerTest, passesALongAnswerOnAsItIsRead ) {
 
     std::size_t got = 0;
     while ( got < answerSize / 2 ) { // a piece now and then, more often than patience ends
-        pass( ClientSession::readingTime - 1 );
+        beats( ClientSession::readingBeats );
         got += heard( slow, 1'000'000 ).size() - 3;
     }
     EXPECT_EQ( server.clients(), 1u );
-    pass( ClientSession::readingTime + 1 );
+    beats( ClientSession::readingBeats + 1 );
     EXPECT_EQ( server.clients(), 0u );
 }
 
 TEST_F( CommandServerTest, patienceEnds ) {
     const FileDescriptor silent = connection();
-    pass( ClientSession::requestTime / 2 );
+    const FileDescriptor waiting = connection();
+    say( waiting, "reload 0\n" );
+    beats( ClientSession::requestBeats / 2 );
     const FileDescriptor dribbling = connection();
-    pass( ClientSession::requestTime / 2 );
+    beats( ClientSession::requestBeats / 2 + 1 );
     EXPECT_EQ( heard( silent ), "" );
     say( dribbling, "comm" );
     EXPECT_EQ( heard( dribbling ), "..." );
-    pass( ClientSession::requestTime / 2 );
+    beats( ClientSession::requestBeats / 2 );
     EXPECT_EQ( heard( dribbling ), "" );
+    EXPECT_EQ( heard( waiting ), "..." ); // for as long as a reload takes
+    EXPECT_EQ( server.clients(), 1u );
+}
+
+// What was sent while nothing could be read, because the agent was busy or held up, is in time.
+TEST_F( CommandServerTest, answersLaterToWhoeverIsStillThere ) {
+    const FileDescriptor early = connection();
+    FileDescriptor gone = connection();
+    say( early, "reload 0\n" );
+    say( gone, "reload 0\n" );
+    gone = FileDescriptor();
+    serve();
+    EXPECT_EQ( server.clients(), 1u );
+    for ( const CommandServer::Reply & reply : later ) {
+        reply( { AnswerStatus::refused, "no" } );
+    }
+    EXPECT_EQ( heard( early ), refusal( "no" ) );
     EXPECT_EQ( server.clients(), 0u );
 }
 
@@ -142,25 +171,57 @@ TEST_F( CommandServerTest, boundsClientsAndWhatItKeepsOfThem ) {
     for ( FileDescriptor & client : clients ) {
         client = connection();
     }
-    EXPECT_EQ( heard( connection() ),
-               refusal( "the agent has too many clients, try again later" ) );
-    clients.pop_back();
-    serve();
+    // The one that has been silent for longest makes room; not one that has just spoken.
+    send( clients[0].get(), "ring 0\n", 7, MSG_NOSIGNAL );
+    send( clients[1].get(), "feed 5\n", 7, MSG_NOSIGNAL );
     const FileDescriptor next = connection();
+    EXPECT_EQ( heard( clients[0] ), "done 3\naaa" );
+    const FileDescriptor another = connection();
+    EXPECT_EQ( heard( clients[1] ), "..." );
+    EXPECT_EQ( heard( clients[2] ),
+               refusal( "the agent has too many clients, and this one was silent" ) );
     say( next, "ring 0\n" );
     EXPECT_EQ( heard( next ), "done 3\naaa" );
 
-    // Ten of them send almost all of what a feed may have.
+    // Seven of them send almost all of what a feed may have.
     const std::string part( 65536, 'x' );
-    for ( std::size_t i = 0; i < 10; ++i ) {
-        (void)send( clients[i].get(), "feed 16777216\n", 14, MSG_NOSIGNAL );
-        for ( int count = 0; count < 200; ++count ) {
+    for ( std::size_t i = 10; i < 17; ++i ) {
+        (void)send( clients[i].get(), "feed 4194304\n", 13, MSG_NOSIGNAL );
+        for ( int count = 0; count < 60; ++count ) {
             (void)send( clients[i].get(), part.data(), part.size(), MSG_NOSIGNAL );
             serve();
         }
     }
-    EXPECT_EQ( heard( clients[0] ), "..." );
-    EXPECT_EQ( heard( clients[9] ), refusal( "the agent is busy with the requests of others" ) );
+    EXPECT_EQ( heard( clients[10] ), "..." );
+    EXPECT_EQ( heard( clients[16] ), refusal( "the agent is busy with the requests of others" ) );
+}
+
+TEST_F( CommandServerTest, newcomersWaitWhileEverybodyIsServed ) {
+    std::vector<FileDescriptor> clients( CommandServer::clientLimit );
+    for ( FileDescriptor & client : clients ) {
+        client = connection();
+        say( client, "reload 0\n" );
+    }
+    const FileDescriptor newcomer = connection();
+    say( newcomer, "ring 0\n" );
+    EXPECT_EQ( heard( newcomer ), "..." );
+    later.front()( { AnswerStatus::done, "ok" } );
+    serve();
+    EXPECT_EQ( heard( newcomer ), "done 3\naaa" );
+}
+
+TEST_F( CommandServerTest, boundsWhatNobodyReads ) {
+    answerSize = CommandServer::answerLimit / 3 - 100;
+    std::vector<FileDescriptor> clients( 4 );
+    for ( FileDescriptor & client : clients ) {
+        client = connection();
+        say( client, "ring 0\n" );
+        (void)heard( clients[1], 1 ); // the second one reads a little now and then
+    }
+    EXPECT_EQ( server.clients(), 3u );
+    EXPECT_GT( heard( clients[1] ).size(), answerSize );
+    EXPECT_LT( heard( clients[0] ).size(), answerSize );
+    EXPECT_GT( heard( clients[3] ).size(), answerSize );
 }
 
 TEST_F( CommandServerTest, vanishingClientsLeaveNothingBehind ) {

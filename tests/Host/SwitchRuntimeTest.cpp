@@ -30,9 +30,10 @@ TEST( SwitchRuntimeDeathTest, nothingIsThrownOutOfAStepThatHasBegun ) {
     FailingChip chip;
     SwitchRuntime runtime( activityManager, decoded( "{}" ) );
     runtime.start( chip );
-    EXPECT_DEATH( runtime.documentIs( decoded( R"({ "wred": { "0": { "7": { "minThdCells": 1,
-                      "maxThdCells": 2, "maxDropProbability": 0.5, "timeConstantNs": 10 } } } })" ) ),
-                  "no exception leaves a handler.* std::bad_alloc" );
+    const DocumentDifference step = differenceOf(
+        decoded( "{}" ), decoded( R"({ "wred": { "0": { "7": { "minThdCells": 1, "maxThdCells": 2,
+                                       "maxDropProbability": 0.5, "timeConstantNs": 10 } } } })" ) );
+    EXPECT_DEATH( runtime.apply( step ), "no exception leaves a handler.* std::bad_alloc" );
 }
 
 } // namespace

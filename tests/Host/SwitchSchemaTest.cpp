@@ -1,3 +1,4 @@
+#include "Host/Json/TextFile.h"
 #include "tests/Host/DocumentHelpers.h"
 
 #include <gtest/gtest.h>
@@ -143,10 +144,12 @@ TEST_F( SwitchSchema, agreesWithTheDecoderOnEveryChangeOfAMember ) {
         1.5, 3, 4, 7, 8, 9, 10, 11, 71, 72, 127, 128, 199, 200, 255, 256, 327, 384, 455, 456, 512, 65535,
         65536, 86400, 86401, 600000001, 4294967294, 4294967295, 4294967296, 1000000000000,
         1000000000001 ])" );
-    for ( const char * word :
-          { "unknown", "enabled", "linkPause", "pfc", "strict", "roundRobin", "kbps", "pps" } ) {
+    for ( const char * word : { "unknown", "enabled", "linkPause", "pfc", "strict", "roundRobin",
+                                "kbps", "pps", "a blank", "a\ttab", "\u00fc" } ) {
         values.push_back( word );
     }
+    values.push_back( std::string( 64, 'x' ) );
+    values.push_back( std::string( 65, 'x' ) );
     int accepted = 0;
     for ( const Pointer & at : pointersOf( whole ) ) {
         for ( const Json & value : values ) {
@@ -207,13 +210,15 @@ TEST_F( SwitchSchema, agreesWithTheDecoderOnInterfaceNames ) {
                     { { "portIndex", 5 },
                       { "qos", { { "txQueues", { { queue, Json::object() } } } } } } } } } } );
     };
+    const std::string longest( 64, 'x' );
+    const std::string tooLong( 65, 'x' );
     for ( const char * name : { "Ethernet1", "Internal67", "Internal68", "Internal", "Internal5a",
-                                "internal5", "~!/", "1" } ) {
+                                "internal5", "~!/", "1", longest.c_str() } ) {
         EXPECT_TRUE( named( name ) ) << name;
         EXPECT_EQ( named( name, "13" ), std::string( name ) == "Internal67" ) << name;
     }
-    for ( const char * name :
-          { "", " ", "a b", "Internal0", "Internal067", "Internal670", "\x7f", "\u00fc" } ) {
+    for ( const char * name : { "", " ", "a b", "Internal0", "Internal067", "Internal670", "\x7f",
+                                "\u00fc", tooLong.c_str() } ) {
         EXPECT_FALSE( named( name ) ) << name;
     }
     EXPECT_FALSE( named( "Internal67", "14" ) );

@@ -1,0 +1,42 @@
+#include "Host/Agent/AgentConfig.h"
+
+#include "Host/Document/SwitchDocumentDecoder.h"
+#include "Host/Json/JsonReader.h"
+#include "Host/Json/TextFile.h"
+
+#include <utility>
+
+namespace KelHost {
+
+namespace {
+
+AgentConfig decoded( const std::string & file, std::string text ) {
+    SwitchDocument document = decodeSwitchDocument( readJson( text, file ), { .file = file } );
+    return { file, std::move( text ), std::move( document ) };
+}
+
+} // namespace
+
+AgentConfig readConfig( const std::string & file ) { return decoded( file, readTextFile( file ) ); }
+
+StartConfig readStartConfig( const std::string & file, const KeptDocument & kept ) {
+    try {
+        return { readConfig( file ), "" };
+    } catch ( const DocumentError & error ) {
+        const std::string why = error.what();
+        std::string text;
+        try {
+            text = kept.text();
+            if ( !text.empty() ) {
+                return { decoded( kept.file(), std::move( text ) ),
+                         why + "; starting with the document that was applied last, " +
+                             kept.file() };
+            }
+        } catch ( const std::exception & keptError ) {
+            throw DocumentError( why + "; " + keptError.what() );
+        }
+        throw;
+    }
+}
+
+} // namespace KelHost

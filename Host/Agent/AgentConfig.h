@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Host/Agent/KeptDocument.h"
+#include "Host/Document/SwitchDocument.h"
+
+#include <string>
+
+namespace KelHost {
+
+// The configuration as an agent reads it.
+struct AgentConfig {
+    std::string file;
+    std::string text;
+    SwitchDocument document;
+};
+
+// Throws DocumentError when the file cannot be read or anything in it is refused.
+AgentConfig readConfig( const std::string & file );
+
+// The configuration to start with, and what has to be told about it.
+struct StartConfig {
+    AgentConfig config;
+    std::string trouble; // empty: nothing
+};
+
+// Reads the configuration file. If it is refused, takes the document that an agent in this place
+// applied last and did not live to forget: better the old configuration than none. Throws
+// DocumentError, about the file, when there is no such document either.
+StartConfig readStartConfig( const std::string & file, const KeptDocument & kept );
+
+} // namespace KelHost

@@ -1,0 +1,40 @@
+#include "Host/Agent/Worker.h"
+
+#include "Platform/Framework/Assert.h"
+
+#include <utility>
+
+namespace KelHost {
+
+Worker::Worker( EventLoop & loop )
+    : ended_( loop, "what was done beside the loop", [this] { finish(); } ) {}
+
+Worker::~Worker() { join(); }
+
+void Worker::start( const std::function<void()> & job, std::function<void()> done ) {
+    KEL_ASSERT( !busy() );
+    done_ = std::move( done );
+    const auto work = [this, job] {
+        job();
+        ended_.raise();
+    };
+    try {
+        thread_ = std::thread( work );
+    } catch ( const std::system_error & ) {
+        work();
+    }
+}
+
+void Worker::join() {
+    if ( thread_.joinable() ) {
+        thread_.join();
+    }
+}
+
+void Worker::finish() {
+    join(); // the thread has nothing more to do
+    const std::function<void()> done = std::exchange( done_, nullptr );
+    done(); // it may start the next job
+}
+
+} // namespace KelHost
