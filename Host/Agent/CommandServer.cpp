@@ -37,8 +37,10 @@ void CommandServer::accept() {
             ClientSession::Owner & owner = *this;
             try {
                 const U64 number = ++lastNumber_;
-                sessions_.emplace( number, std::make_unique<ClientSession>(
-                                               number, std::move( socket ), loop_, owner ) );
+                const auto added = sessions_.emplace(
+                    number,
+                    std::make_unique<ClientSession>( number, std::move( socket ), loop_, owner ) );
+                added.first->second->receive(); // most have spoken by now
             } catch ( const std::system_error & ) {
                 // The system cannot watch one more descriptor: the client sees the connection
                 // close.

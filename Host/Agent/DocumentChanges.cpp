@@ -1,15 +1,12 @@
 #include "Host/Agent/DocumentChanges.h"
 
 #include <exception>
-#include <malloc.h>
 #include <new>
 
 namespace KelHost {
 
 DocumentChanges::DocumentChanges( SwitchRuntime & runtime, EventLoop & loop, Worker & worker )
-    : runtime_( runtime ),
-      worker_( worker ),
-      nextPart_( loop, "a part of a change of the document", [this] { applyNextPart(); } ) {}
+    : runtime_( runtime ), loop_( loop ), worker_( worker ) {}
 
 void DocumentChanges::add( DocumentChange change ) {
     waiting_.push_back( std::move( change ) );
@@ -49,7 +46,7 @@ void DocumentChanges::prepare() {
 void DocumentChanges::applyNextPart() {
     if ( applied_ < parts_.size() ) {
         runtime_.apply( parts_[applied_++] );
-        nextPart_.raise();
+        loop_.whenIdle( "a part of a change of the document", [this] { applyNextPart(); } );
     } else if ( refusal_.empty() && change_.settle ) {
         settle();
     } else {
@@ -69,7 +66,7 @@ void DocumentChanges::tell() {
             parts_ = {};
             applied_ = 0;
             change_ = {};
-            malloc_trim( 0 );
+            Worker::returnMemory();
         },
         [this] { beginNext(); } );
 }

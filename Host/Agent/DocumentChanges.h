@@ -23,7 +23,7 @@ struct DocumentChange {
 
 // Takes a running switch from one document to the next: one change after the other, each whole or
 // not at all. What takes long happens beside the event loop; what touches the state store happens
-// on the loop, a part of bounded size each time round.
+// on the loop, a part of bounded size at a time, when nothing else waits.
 class DocumentChanges {
   public:
     // The arguments must outlive it.
@@ -44,8 +44,8 @@ class DocumentChanges {
     static std::string complaintOf( const Work & work );
 
     SwitchRuntime & runtime_;
+    EventLoop & loop_;
     Worker & worker_;
-    Wakeup nextPart_;
     std::deque<DocumentChange> waiting_;
     bool underWay_ = false;
 

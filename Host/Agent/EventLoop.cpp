@@ -1,13 +1,19 @@
 #include "Host/Agent/EventLoop.h"
 
+#include "Platform/Framework/Assert.h"
+
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <sys/epoll.h>
+#include <utility>
 
 namespace KelHost {
 
 namespace {
+
+// Turns in which something else was ready.
+constexpr int putOffAtMost = 16;
 
 using Clock = std::chrono::steady_clock;
 
@@ -42,9 +48,25 @@ void EventLoop::Watch::control( int operation, U32 events ) {
 EventLoop::EventLoop()
     : epoll_( checkedResult( epoll_create1( EPOLL_CLOEXEC ), "cannot wait for events" ) ) {}
 
+void EventLoop::whenIdle( const char * name, std::function<void()> action ) {
+    KEL_ASSERT( !idleAction_ );
+    idleName_ = name;
+    idleAction_ = std::move( action );
+    idlePutOff_ = 0;
+}
+
+void EventLoop::runIdleAction() {
+    if ( beforeEvent_ ) {
+        timed( "timers", beforeEvent_ );
+    }
+    const std::function<void()> action = std::exchange( idleAction_, nullptr );
+    timed( idleName_, action );
+}
+
 void EventLoop::wait( int timeout ) {
     std::array<epoll_event, 64> ready;
-    const int count = epoll_wait( epoll_.get(), ready.data(), ready.size(), timeout );
+    const bool idle = static_cast<bool>( idleAction_ );
+    const int count = epoll_wait( epoll_.get(), ready.data(), ready.size(), idle ? 0 : timeout );
     if ( count < 0 && errno == EINTR ) {
         return;
     }
@@ -54,6 +76,9 @@ void EventLoop::wait( int timeout ) {
     for ( int i = 0; i < count; ++i ) {
         const epoll_event & event = ready[static_cast<std::size_t>( i )];
         handle( event.data.u64, event.events );
+    }
+    if ( idle && ( count == 0 || ++idlePutOff_ == putOffAtMost ) ) {
+        runIdleAction();
     }
     delay_.latest = secondsSince( start );
     delay_.longest = std::max( delay_.longest, delay_.latest );

@@ -62,6 +62,10 @@ class EventLoop {
     // Tells more exactly what the event is that is being handled.
     void eventNameIs( std::string name ) { eventName_ = std::move( name ); }
 
+    // Calls the action, once, in a later turn: when nothing else is ready, or when it has been put
+    // off for long enough. There is one at a time. `name` as for a watch.
+    void whenIdle( const char * name, std::function<void()> action );
+
     // Waits for at most that many milliseconds (-1: for ever) and calls the handlers of what is
     // ready by then.
     void wait( int timeout = -1 );
@@ -77,6 +81,7 @@ class EventLoop {
     };
 
     void handle( U64 id, U32 events );
+    void runIdleAction();
     // Does the work and tells when it was slow.
     template <class Work>
     void timed( const char * name, const Work & work );
@@ -85,6 +90,9 @@ class EventLoop {
     std::function<void()> beforeEvent_;
     SlowEventHandler slowEvent_;
     std::string eventName_;
+    const char * idleName_ = nullptr;
+    std::function<void()> idleAction_;
+    int idlePutOff_ = 0; // turns
     Delay delay_;
     U64 turn_ = 0;
     // Keyed by a number that is never reused: an event that was fetched for a watch that has ended

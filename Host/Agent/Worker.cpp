@@ -2,12 +2,26 @@
 
 #include "Platform/Framework/Assert.h"
 
+#include <malloc.h>
 #include <utility>
 
 namespace KelHost {
 
+namespace {
+
+// What is freed at the end of a thread's heap is only returned from this size on, in bytes; left to
+// itself the library raises the limit after the first large text.
+constexpr int returnedAtOnce = 1 << 20;
+
+} // namespace
+
 Worker::Worker( EventLoop & loop )
-    : ended_( loop, "what was done beside the loop", [this] { finish(); } ) {}
+    : ended_( loop, "what was done beside the loop", [this] { finish(); } ) {
+    (void)mallopt( M_MMAP_THRESHOLD, returnedAtOnce ); // best effort, as all of this
+    (void)mallopt( M_TRIM_THRESHOLD, returnedAtOnce );
+}
+
+void Worker::returnMemory() { malloc_trim( 0 ); }
 
 Worker::~Worker() { join(); }
 

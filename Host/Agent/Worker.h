@@ -24,6 +24,10 @@ class Worker {
     // the system has no thread left, the job is done here and now.
     void start( const std::function<void()> & job, std::function<void()> done );
 
+    // Gives what has been freed back to the system, as a job: the loop's small allocations need it
+    // no more than other processes' large ones.
+    static void returnMemory();
+
   private:
     void join();
     void finish();

@@ -1,5 +1,6 @@
 #include "Host/Document/DocumentDifference.h"
 
+#include <iterator>
 #include <utility>
 
 namespace KelHost {
@@ -102,18 +103,99 @@ DocumentDifference smallPart( const SwitchDocument & before, const SwitchDocumen
     return part;
 }
 
-// Moves the pipes of one member out of `whole`, each into a part of its own. Those that go stay:
-// they go before any other comes.
-template <auto member>
-void movePipes( DocumentDifference & whole, std::vector<DocumentDifference> & parts ) {
-    auto & before = whole.before.*member;
-    auto & after = whole.after.*member;
-    while ( !after.empty() ) {
-        DocumentDifference & part = parts.emplace_back( smallPart( whole.after, whole.after ) );
-        const auto pipe = after.begin()->first;
-        ( part.after.*member ).insert( after.extract( pipe ) );
-        ( part.before.*member ).insert( before.extract( pipe ) ); // nothing when it is new
+// So many entries are short work for a switch.
+constexpr std::size_t partSize = 2048;
+
+// The step from one map to another as several of bounded size: what goes, then what comes or
+// changes.
+template <class Map>
+std::vector<std::pair<Map, Map>> sliced( Map before, Map after ) {
+    std::vector<std::pair<Map, Map>> slices( 1 );
+    std::size_t taken = 0;
+    const auto slice = [&]() -> std::pair<Map, Map> & {
+        if ( taken++ == partSize ) {
+            slices.emplace_back();
+            taken = 1;
+        }
+        return slices.back();
+    };
+    for ( auto entry = before.begin(); entry != before.end(); ) {
+        const auto next = std::next( entry );
+        if ( !after.contains( entry->first ) ) {
+            slice().first.insert( before.extract( entry ) );
+        }
+        entry = next;
     }
+    while ( !after.empty() ) {
+        auto & [from, to] = slice();
+        auto changed = before.extract( after.begin()->first );
+        if ( changed ) {
+            from.insert( std::move( changed ) );
+        }
+        to.insert( after.extract( after.begin() ) );
+    }
+    return slices;
+}
+
+using Parts = std::vector<DocumentDifference>;
+
+// A pipe that is new is one part: its configuration is filled before anybody sees it.
+void takeWred( DocumentDifference & whole, Parts & parts ) {
+    auto & before = whole.before.wred;
+    auto & after = whole.after.wred;
+    for ( ; !after.empty(); after.erase( after.begin() ) ) {
+        const U16 pipe = after.begin()->first;
+        auto old = before.extract( pipe );
+        if ( !old ) {
+            parts.push_back( smallPart( whole.after, whole.after ) );
+            parts.back().after.wred.emplace( pipe, std::move( after.begin()->second ) );
+            continue;
+        }
+        for ( auto & [from, to] :
+              sliced( std::move( old.mapped() ), std::move( after.begin()->second ) ) ) {
+            parts.push_back( smallPart( whole.after, whole.after ) );
+            parts.back().before.wred.emplace( pipe, std::move( from ) );
+            parts.back().after.wred.emplace( pipe, std::move( to ) );
+        }
+    }
+}
+
+// Of a pipe's counters only the queues' are many: they come when the pipe is there, and go before
+// it goes.
+void takeCounters( DocumentDifference & whole, Parts & parts ) {
+    walkBoth( whole.before.counters, whole.after.counters,
+              [&]( U16 pipe, const PipeCounters * before, const PipeCounters * after ) {
+                  const auto part = [&]() -> DocumentDifference & {
+                      return parts.emplace_back( smallPart( whole.after, whole.after ) );
+                  };
+                  const auto withoutQueues = []( PipeCounters counters ) {
+                      counters.queue.clear();
+                      return counters;
+                  };
+                  PipeCounters still; // the pipe as it is while its queues are changed
+                  if ( after != nullptr ) {
+                      DocumentDifference & first = part();
+                      first.after.counters.emplace( pipe, withoutQueues( *after ) );
+                      if ( before != nullptr ) {
+                          first.before.counters.emplace( pipe, withoutQueues( *before ) );
+                      }
+                  }
+                  if ( ( after != nullptr ? after : before )->block ) {
+                      still.block.emplace();
+                  }
+                  for ( auto & [from, to] :
+                        sliced( before != nullptr ? before->queue : std::map<U16, U64>(),
+                                after != nullptr ? after->queue : std::map<U16, U64>() ) ) {
+                      DocumentDifference & slice = part();
+                      slice.before.counters.emplace( pipe, still ).first->second.queue = from;
+                      slice.after.counters.emplace( pipe, still ).first->second.queue = to;
+                  }
+                  if ( after == nullptr ) {
+                      part().before.counters.emplace( pipe, withoutQueues( *before ) );
+                  }
+              } );
+    whole.before.counters.clear();
+    whole.after.counters.clear();
 }
 
 } // namespace
@@ -148,9 +230,9 @@ void apply( const DocumentDifference & difference, SwitchDocument & document ) {
 
 std::vector<DocumentDifference> inParts( DocumentDifference difference ) {
     std::vector<DocumentDifference> parts;
-    movePipes<&SwitchDocument::wred>( difference, parts );
-    movePipes<&SwitchDocument::counters>( difference, parts );
-    parts.insert( parts.begin(), std::move( difference ) ); // with the pipes that go
+    takeWred( difference, parts );
+    takeCounters( difference, parts );
+    parts.insert( parts.begin(), std::move( difference ) ); // with the WRED pipes that go
     return parts;
 }
 

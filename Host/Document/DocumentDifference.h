@@ -23,7 +23,8 @@ DocumentDifference counterDifferenceOf( const SwitchDocument & before, const Cou
 void apply( const DocumentDifference & difference, SwitchDocument & document );
 
 // The same step as several, to be applied in their order: WRED entries and counters, of which there
-// may be very many, are parts of their own, one for each pipe. So each part is short work.
+// may be very many, come in parts of their own. So each part is short work; only what a new pipe's
+// WRED block has is one part, however much it is.
 std::vector<DocumentDifference> inParts( DocumentDifference difference );
 
 } // namespace KelHost

@@ -5,11 +5,58 @@
 #include "Platform/Framework/Types.h"
 
 #include <algorithm>
+#include <iterator>
 #include <vector>
 
 namespace KelHost {
 
 namespace {
+
+// Reads a text as the parser is to see it: runs of line ends and tabs (with the blanks between
+// them) are cut short. The parser keeps all that lies in front of a token, and spells it out when
+// the token is wrong, eight characters for one. Such a run is never part of a string.
+class Squeezed {
+  public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const char *;
+    using reference = const char &;
+
+    // `skipped` counts the characters that are left out.
+    Squeezed( const char * at, const char * end, std::size_t & skipped )
+        : at_( at ), end_( end ), skipped_( &skipped ) {}
+
+    const char & operator*() const { return *at_; }
+    Squeezed & operator++() {
+        if ( const auto c = static_cast<unsigned char>( *at_++ ); c > ' ' ) {
+            run_ = 0;
+        } else if ( c != ' ' || run_ != 0 ) {
+            ++run_;
+            if ( run_ == runLimit ) {
+                skip();
+            }
+        }
+        return *this;
+    }
+    bool operator==( const Squeezed & other ) const { return at_ == other.at_; }
+
+  private:
+    static constexpr int runLimit = 1024;
+
+    void skip() {
+        const char * const next = std::find_if_not(
+            at_, end_, []( char c ) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; } );
+        *skipped_ += static_cast<std::size_t>( next - at_ );
+        at_ = next;
+        run_ = 0;
+    }
+
+    const char * at_;
+    const char * end_;
+    std::size_t * skipped_;
+    int run_ = 0;
+};
 
 // Builds the tree from the parser's events. A handler that returns false ends the parse; `error`
 // then says what was refused.
@@ -20,6 +67,13 @@ class TreeBuilder : public nlohmann::json_sax<Json> {
 
     Json root;
     std::string error;
+
+    // Returns whether the text was well-formed and within the limits; if not, `error` says why.
+    bool parse() {
+        const char * const end = text_.data() + text_.size();
+        return Json::sax_parse( Squeezed( text_.data(), end, skipped_ ),
+                                Squeezed( end, end, skipped_ ), this );
+    }
 
     bool null() override { return value( nullptr ); }
     bool boolean( bool given ) override { return value( given ); }
@@ -117,6 +171,7 @@ class TreeBuilder : public nlohmann::json_sax<Json> {
     DocumentPlace place_;
     std::vector<Level> levels_;
     std::size_t values_ = 0;
+    std::size_t skipped_ = 0; // characters that the parser did not see
 };
 
 // In the parser's own message " - REASON" follows its idea of the position, and may be followed by
@@ -161,7 +216,8 @@ bool TreeBuilder::parse_error( std::size_t position, const std::string & token,
     // `position` counts the bytes read, including the offending ones, and the end of the input as
     // one more.
     const std::size_t length = std::max( offendingLength( what, token ), std::size_t{ 1 } );
-    const std::size_t offset = std::min( position - std::min( position, length ), text_.size() );
+    const std::size_t offset =
+        std::min( position + skipped_ - std::min( position, length ), text_.size() );
     error = syntaxError( offset, what );
     return false;
 }
@@ -179,7 +235,7 @@ std::string TreeBuilder::syntaxError( std::size_t offset, std::string_view what 
 
 Json readJson( std::string_view text, const std::string & file ) {
     TreeBuilder builder( text, file );
-    if ( !Json::sax_parse( text.begin(), text.end(), &builder ) ) {
+    if ( !builder.parse() ) {
         throw DocumentError( builder.error );
     }
     // The parser takes a null byte behind the value for the end of the input.
