@@ -11,6 +11,7 @@
 #include "Host/Agent/StartReport.h"
 #include "Host/Agent/Supervisor.h"
 #include "Host/Agent/SystemdNotify.h"
+#include "Host/Agent/WallClock.h"
 #include "Host/Agent/WarmRestart.h"
 #include "Platform/Framework/Assert.h"
 #include "Platform/Logging/RingTrace.h"
@@ -52,7 +53,7 @@ struct AgentFrame {
     // For an end that does not wait: a file may still be being read, or the library's work in
     // progress be on the stack, so destructors must not run.
     [[noreturn]] void end( int status ) const {
-        log.flush();
+        log.retry();
         std::_Exit( status );
     }
 
@@ -119,11 +120,13 @@ class Agent {
         Kel::syslogTimeSourceIs( [this] { return activityManager_.now(); } );
         frame.loop.beforeEventIs( [this] { runtime_.advanceTo( timer_.now() ); } );
         frame.reload = [this] { service_.reloadOnSignal(); };
+        Kel::ringTraceClockIs( { wallClock, wallClockText } );
         aborting_ = this;
         Kel::abortHookIs( handleAbort );
     }
     ~Agent() {
         aborting_ = nullptr;
+        Kel::ringTraceClockIs( {} );
         frame_.loop.beforeEventIs( nullptr );
         Kel::syslogTimeSourceIs( nullptr );
     }
@@ -135,7 +138,7 @@ class Agent {
         announce();
         while ( !frame_.stopping ) {
             timer_.dueIs( activityManager_.scheduler().nextDue() );
-            beat_.onIs( server_.clients() != 0 || log_.hasLost() );
+            beat_.onIs( server_.clients() != 0 || log_.hasMore() );
             frame_.loop.wait();
         }
         notify_.stopping();
@@ -187,6 +190,7 @@ class Agent {
                        } } );
     }
 
+    // Nothing in here waits: standard error does not.
     static void handleAbort() {
         if ( aborting_ != nullptr ) {
             aborting_->frame_.warmRestart.pendingIs( true );

@@ -1,9 +1,9 @@
 #include "Host/Agent/AgentLog.h"
 
+#include "Host/Json/MessageText.h"
 #include "Platform/Logging/Syslog.h"
 #include "Platform/Logging/Trace.h"
 
-#include <cstdio>
 #include <string_view>
 #include <syslog.h>
 
@@ -11,49 +11,67 @@ namespace KelHost {
 
 namespace {
 
-void toSyslog( int priority, const std::string & text ) {
-    ::syslog( priority, "%s", text.c_str() );
-}
+constexpr std::size_t lineLimit = 8192; // bytes
 
-// One write, so that the lines of several processes do not mix.
-void toStandardError( const std::string & text ) {
-    std::fputs( ( "kelqos: " + text + "\n" ).c_str(), stderr );
-}
-
-std::string message( std::string_view mnemonic, std::string_view text ) {
-    return std::string( mnemonic ).append( " " ).append( text );
+std::unique_ptr<LogOutput> outputOf( bool toStandardError ) {
+    if ( toStandardError ) {
+        return std::make_unique<StandardErrorOutput>();
+    }
+    return std::make_unique<SyslogOutput>();
 }
 
 } // namespace
 
-AgentLog::AgentLog( bool toStandardError ) : toStandardError_( toStandardError ) {
-    if ( toStandardError_ ) {
-        Kel::syslogSinkIs( []( int severity, std::string_view mnemonic, std::string_view text ) {
-            KelHost::toStandardError( "syslog " + std::to_string( severity ) + " " +
-                                      message( mnemonic, text ) );
-        } );
-        return; // trace lines go there anyway
-    }
-    openlog( "kelqos", LOG_PID, LOG_DAEMON );
-    Kel::syslogSinkIs( []( int severity, std::string_view mnemonic, std::string_view text ) {
-        toSyslog( severity, message( mnemonic, text ) );
+AgentLog::AgentLog( bool toStandardError )
+    : toStandardError_( toStandardError ), output_( outputOf( toStandardError ) ) {
+    Kel::syslogSinkIs( [this]( int severity, std::string_view mnemonic, std::string_view text ) {
+        const std::string message = std::string( mnemonic ).append( " " ).append( text );
+        const std::string kind = "syslog " + std::to_string( severity ) + " ";
+        put( severity, own( ( toStandardError_ ? kind : "" ) + message ) );
     } );
-    Kel::traceSinkIs( []( const Kel::TraceRecord & record ) {
-        toSyslog( LOG_DEBUG, Kel::traceText( record ) );
-    } );
+    Kel::traceSinkIs(
+        [this]( const Kel::TraceRecord & record ) { put( LOG_DEBUG, Kel::traceText( record ) ); } );
 }
 
+AgentLog::AgentLog( std::unique_ptr<LogOutput> output ) : output_( std::move( output ) ) {}
+
 AgentLog::~AgentLog() {
+    retry();
     Kel::syslogSinkIs( nullptr );
     Kel::traceSinkIs( nullptr );
 }
 
-void AgentLog::info( const std::string & text ) const {
-    toStandardError_ ? KelHost::toStandardError( text ) : toSyslog( LOG_INFO, text );
+// The system's log names the program itself.
+std::string AgentLog::own( const std::string & text ) const {
+    return toStandardError_ ? "kelqos: " + text : text;
 }
 
-void AgentLog::error( const std::string & text ) const {
-    toStandardError_ ? KelHost::toStandardError( text ) : toSyslog( LOG_ERR, text );
+void AgentLog::info( const std::string & text ) const { put( LOG_INFO, own( text ) ); }
+
+void AgentLog::error( const std::string & text ) const { put( LOG_ERR, own( text ) ); }
+
+void AgentLog::refused( const std::string & text ) const {
+    if ( !toStandardError_ ) {
+        error( text );
+    }
+}
+
+bool AgentLog::hasMore() const { return lost_ != 0 || !output_->finishLine(); }
+
+void AgentLog::retry() const {
+    if ( output_->finishLine() && lost_ != 0 &&
+         output_->write( LOG_WARNING, own( "lines of the log that were lost, because nobody read "
+                                           "it: " +
+                                           std::to_string( lost_ ) ) ) ) {
+        lost_ = 0;
+    }
+}
+
+void AgentLog::put( int priority, std::string_view line ) const {
+    retry();
+    if ( lost_ != 0 || !output_->write( priority, shown( line, lineLimit ) ) ) {
+        ++lost_;
+    }
 }
 
 } // namespace KelHost

@@ -150,7 +150,17 @@ void RingTrace::render( Out & out ) const {
         putNumber( out, ++number );
         out.append( " " );
         char previous = 't';
-        for ( const char * format = taken<const char *>( from ); *format != '\0'; ++format ) {
+        const char * format = taken<const char *>( from );
+        if ( *format == timeFormat ) {
+            ++format;
+            const auto time = taken<F64>( from );
+            std::array<char, 32> text;
+            if ( clock_.text != nullptr ) {
+                out.append( std::string_view( text.data(), clock_.text( time, text.data() ) ) );
+                out.append( " " );
+            }
+        }
+        for ( ; *format != '\0'; ++format ) {
             out.append( previous != 't' && *format != 't' ? " " : "" );
             putField( out, *format, from );
             previous = *format;

@@ -114,6 +114,13 @@ struct RingTraceField<
     }
 };
 
+// The time of a ring's records.
+struct RingTraceClock {
+    F64 ( *now )() = nullptr; // in seconds, of any beginning
+    // Writes a time as people read it, in at most 32 bytes, and returns their number.
+    std::size_t ( *text )( F64 time, char * to ) = nullptr;
+};
+
 // Records in a piece of memory, the oldest overwritten by the newest. A record is its size (16
 // bits), the address of its format characters, and the fields. Records do not straddle the end of
 // the memory: what is left there is skipped.
@@ -131,22 +138,33 @@ class RingTrace {
     // address; other texts are copied and cut at 32 bytes.
     template <typename... Args>
     void record( Args &&... args ) {
-        static constexpr char formats[] = { RingTraceField<RingTraceType<Args>>::format..., '\0' };
+        static constexpr char formats[] = { timeFormat,
+                                            RingTraceField<RingTraceType<Args>>::format..., '\0' };
+        const bool timed = clock_.now != nullptr;
+        const std::size_t header = headerSize + ( timed ? sizeof( F64 ) : 0 );
         const std::size_t size =
-            ( headerSize + ... + RingTraceField<RingTraceType<Args>>::size( args ) );
+            ( header + ... + RingTraceField<RingTraceType<Args>>::size( args ) );
         U8 * to = reserved( size );
         const auto size16 = static_cast<U16>( size );
-        const char * const format = formats;
+        const char * const format = timed ? formats : formats + 1;
         std::memcpy( to, &size16, sizeof size16 );
         std::memcpy( to + sizeof size16, &format, sizeof format );
-        to += headerSize;
+        if ( timed ) {
+            const F64 now = clock_.now();
+            std::memcpy( to + headerSize, &now, sizeof now );
+        }
+        to += header;
         ( ( to = RingTraceField<RingTraceType<Args>>::put( to, args ) ), ... );
         head_ += size;
     }
 
-    // The records as text, oldest first, one per line: "NUMBER TEXT", where NUMBER counts all
-    // records since the ring was cleared, from 1. Arguments follow each other directly, but a blank
-    // separates two values in a row; a text that was cut ends in "...".
+    // From now on records keep the time at which they are made; null: they do not.
+    void clockIs( RingTraceClock clock ) { clock_ = clock; }
+
+    // The records as text, oldest first, one per line: "NUMBER TEXT", or "NUMBER TIME TEXT" for
+    // those that have a time. NUMBER counts all records since the ring was cleared, from 1.
+    // Arguments follow each other directly, but a blank separates two values in a row; a text that
+    // was cut ends in "...".
     std::string text() const;
     // The same, written to a descriptor, without allocating. Gives up when writing fails.
     void write( int fd ) const;
@@ -154,6 +172,7 @@ class RingTrace {
 
   private:
     static constexpr std::size_t headerSize = sizeof( U16 ) + sizeof( const char * );
+    static constexpr char timeFormat = '@'; // in front of the fields: the time, a double
 
     // Makes room for a record at the head; afterwards head_ is the position of what it returns.
     U8 * reserved( std::size_t size );
@@ -166,6 +185,7 @@ class RingTrace {
     void render( Out & out ) const;
 
     std::span<U8> memory_;
+    RingTraceClock clock_;
     // Positions count bytes since the beginning; modulo the memory's size they are offsets.
     U64 head_ = 0; // where the next record goes
     U64 tail_ = 0; // the oldest record, or the padding in front of it
@@ -181,6 +201,7 @@ void ringTrace( Args &&... args ) {
     ringTraceOfProcess.record( std::forward<Args>( args )... );
 }
 
+inline void ringTraceClockIs( RingTraceClock clock ) { ringTraceOfProcess.clockIs( clock ); }
 inline std::string ringTraceText() { return ringTraceOfProcess.text(); }
 // Safe to call from the hook that runs when the process aborts.
 inline void ringTraceWrite( int fd ) { ringTraceOfProcess.write( fd ); }

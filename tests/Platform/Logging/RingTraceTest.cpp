@@ -54,6 +54,26 @@ TEST( RingTrace, recordsReadBackAsTextOneALine ) {
     EXPECT_EQ( ring.text(), "1 again\n" );
 }
 
+// Records from before there was a clock, and from after it, have no time.
+TEST( RingTrace, recordsShowWhenTheyWereMade ) {
+    alignas( 8 ) U8 memory[256];
+    Kel::RingTrace ring( memory );
+    static F64 now;
+    const auto text = []( F64 time, char * to ) {
+        return std::string_view( time < 2 ? "early" : "late" ).copy( to, 32 );
+    };
+    ring.record( "a" );
+    ring.clockIs( { [] { return ++now; }, text } );
+    ring.record( "b: ", 1U );
+    ring.record( "c" );
+    ring.clockIs( {} );
+    ring.record( "d" );
+    EXPECT_EQ( ring.text(), "1 a\n2 b: 1\n3 c\n4 d\n" );
+    ring.clockIs( { [] { return now; }, text } );
+    EXPECT_EQ( ring.text(), "1 a\n2 early b: 1\n3 late c\n4 d\n" );
+    EXPECT_EQ( written( ring ), ring.text() );
+}
+
 // Records of all sizes, beside a plain list of those that must be there: the newest that fit, where
 // none straddles the end of the memory, which is filled with what no ring has written.
 TEST( RingTrace, newestOverwriteTheOldest ) {
