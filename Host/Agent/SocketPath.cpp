@@ -1,5 +1,7 @@
 #include "Host/Agent/SocketPath.h"
 
+#include "Host/Agent/UnixSocket.h"
+
 #include <cstdlib>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -49,6 +51,18 @@ std::vector<std::string> usualSocketPaths() {
         }
     }
     return paths;
+}
+
+bool isFoundUnnamed( const std::string & path ) {
+    for ( const std::string & usual : usualSocketPaths() ) {
+        if ( usual == path ) {
+            return true;
+        }
+        if ( connectedTo( usual, SOCK_NONBLOCK ) ) {
+            return false;
+        }
+    }
+    return false;
 }
 
 std::string usableSocketPath() {

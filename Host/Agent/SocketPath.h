@@ -14,6 +14,10 @@ inline constexpr const char * socketVariable = "KELQOS_SOCKET";
 //     /tmp/kelqos-UID/agent.sock                   that of any other
 std::vector<std::string> usualSocketPaths();
 
+// Whether a client that is told nothing asks whoever listens on that path, rather than another
+// agent.
+bool isFoundUnnamed( const std::string & path );
+
 // The first of them whose folder this process may write to; makes the folder when it is missing.
 // Throws std::runtime_error when there is none.
 std::string usableSocketPath();

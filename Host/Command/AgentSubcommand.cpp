@@ -5,6 +5,24 @@
 
 namespace KelHost {
 
+namespace {
+
+// As it has to be typed.
+std::string shellWord( const std::string & text ) {
+    constexpr std::string_view plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                       "0123456789_./-+,:@%";
+    if ( text.find_first_not_of( plain ) == std::string::npos ) {
+        return text;
+    }
+    std::string word = "'";
+    for ( const char c : text ) {
+        word += c == '\'' ? "'\\''" : std::string( 1, c );
+    }
+    return word + "'";
+}
+
+} // namespace
+
 AgentSubcommand::AgentSubcommand( CLI::App & program, const char * name )
     : agent_( *program.add_subcommand( "agent", "Run a switch on the chip in real time, and "
                                                 "answer the commands below" ) ),
@@ -30,10 +48,12 @@ AgentSubcommand::AgentSubcommand( CLI::App & program, const char * name )
 int AgentSubcommand::run( ChipAccess & chip ) {
     Kel::traceLevelsIs( "*=0" ); // what an operator may ask about; an option may say otherwise
     trace_.apply();
-    if ( options_.socketPath.empty() ) {
+    const bool named = !options_.socketPath.empty();
+    if ( !named ) {
         options_.socketPath = usableSocketPath();
-    } else {
-        options_.socketOption = " --socket " + options_.socketPath;
+    }
+    if ( named || !isFoundUnnamed( options_.socketPath ) ) {
+        options_.socketOption = " --socket " + shellWord( options_.socketPath );
     }
     return runAgent( options_, chip );
 }

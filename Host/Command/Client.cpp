@@ -1,6 +1,7 @@
 #include "Host/Command/Client.h"
 
 #include "Host/Agent/UnixSocket.h"
+#include "Host/Document/CounterFeed.h"
 #include "Host/Json/DocumentError.h"
 #include "Host/Json/MessageText.h"
 #include "Host/Json/TextFile.h"
@@ -18,17 +19,24 @@ namespace {
 
 constexpr timeval patience{ .tv_sec = 30, .tv_usec = 0 };
 
-std::string noAgentText( const std::vector<std::string> & paths ) {
-    std::string text = "no agent answers on ";
-    for ( const std::string & path : paths ) {
-        text.append( &path == &paths.front() ? "" : ", " ).append( path );
+// That nobody is there needs no reason.
+std::string reasonOf( int error ) {
+    switch ( error ) {
+    case ENOENT:
+    case ENOTDIR:
+    case ECONNREFUSED:
+        return "";
+    case EACCES:
+        return " (no permission)";
+    default:
+        return std::string( " (" ) + std::strerror( error ) + ")";
     }
-    return text;
 }
 
 [[noreturn]] void refuseSilent() { throw std::runtime_error( "the agent does not answer" ); }
 
 FileDescriptor connection( const std::vector<std::string> & paths ) {
+    std::string tried;
     for ( const std::string & path : paths ) {
         FileDescriptor fd = connectedTo( path, 0, patience );
         if ( fd ) {
@@ -37,11 +45,9 @@ FileDescriptor connection( const std::vector<std::string> & paths ) {
         if ( errno == EAGAIN ) {
             refuseSilent();
         }
-        if ( errno == EACCES ) {
-            throw std::runtime_error( "no permission to talk to the agent on " + path );
-        }
+        tried += ( tried.empty() ? "" : ", " ) + path + reasonOf( errno );
     }
-    throw std::runtime_error( noAgentText( paths ) );
+    throw std::runtime_error( "no agent answers on " + tried );
 }
 
 // An agent that refuses a request while it is still arriving does not read the rest; by then it has
@@ -82,19 +88,29 @@ Answer receive( int fd ) {
     }
 }
 
-void write( std::string_view text ) {
-    if ( std::fwrite( text.data(), 1, text.size(), stdout ) != text.size() ||
-         std::fflush( stdout ) != 0 ) {
-        throw std::system_error( errno, std::generic_category(), "cannot write the answer" );
+// Returns whether the reader took it all: one who has seen enough, as `head`, need not be told.
+bool write( std::string_view text ) {
+    if ( std::fwrite( text.data(), 1, text.size(), stdout ) == text.size() &&
+         std::fflush( stdout ) == 0 ) {
+        return true;
     }
+    if ( errno == EPIPE ) {
+        return false;
+    }
+    throw std::system_error( errno, std::generic_category(), "cannot write the answer" );
+}
+
+std::string tooLongText( const Request & request ) {
+    return ( request.kind == RequestKind::feed ? "a feed" : "a command" ) +
+           std::string( " has at most " ) + std::to_string( bodyLimit( request.kind ) ) +
+           " bytes, and this one " + std::to_string( request.body.size() );
 }
 
 } // namespace
 
 Answer ask( const std::vector<std::string> & socketPaths, const Request & request ) {
     if ( request.body.size() > bodyLimit( request.kind ) ) {
-        throw std::runtime_error( "the request is longer than " +
-                                  std::to_string( bodyLimit( request.kind ) ) + " bytes" );
+        throw std::runtime_error( tooLongText( request ) );
     }
     const FileDescriptor fd = connection( socketPaths );
     send( fd.get(), encoded( request ) );
@@ -104,8 +120,7 @@ Answer ask( const std::vector<std::string> & socketPaths, const Request & reques
 int runClient( const std::vector<std::string> & socketPaths, const Request & request ) {
     const Answer answer = ask( socketPaths, request );
     if ( answer.status == AnswerStatus::done ) {
-        write( answer.text );
-        return EXIT_SUCCESS;
+        return write( answer.text ) ? EXIT_SUCCESS : EXIT_FAILURE;
     }
     const bool endsLine = !answer.text.empty() && answer.text.back() == '\n';
     std::fprintf( stderr, "%s%s", answer.text.c_str(), endsLine ? "" : "\n" );
@@ -115,7 +130,11 @@ int runClient( const std::vector<std::string> & socketPaths, const Request & req
 Request feedRequest( const std::string & file ) {
     try {
         // The name ends at the line end.
-        return { RequestKind::feed, shown( inputName( file ), 300 ) + '\n' + readInput( file ) };
+        const std::string patch = readInput( file );
+        if ( patch.size() > feedLimit ) {
+            DocumentPlace{ .file = inputName( file ) }.refuse( {}, "must have 4 MiB at most" );
+        }
+        return { RequestKind::feed, shown( inputName( file ), 300 ) + '\n' + patch };
     } catch ( const DocumentError & error ) {
         throw std::runtime_error( error.what() );
     }

@@ -28,7 +28,9 @@ ClientSubcommands::ClientSubcommands( CLI::App & program ) {
          [] { return Request{ RequestKind::reload }; } );
     add( program, "feed", "Give the agent new counter values",
          [this] { return feedRequest( file_ ); } )
-        .add_option( "FILE", file_, "Merge patch (RFC 7396) of the document's counters (JSON)" )
+        .add_option(
+            "FILE", file_,
+            "Merge patch (RFC 7396) of the document's counters (JSON); - is standard input" )
         ->required();
     CLI::App & clear = *program.add_subcommand( "clear", "Have the agent clear something" );
     clear.require_subcommand( 1 );

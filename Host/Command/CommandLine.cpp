@@ -3,6 +3,7 @@
 #include "Host/Command/AgentSubcommand.h"
 #include "Host/Command/ClientSubcommands.h"
 #include "Host/Command/TraceOption.h"
+#include "Host/Command/UnknownWord.h"
 #include "Host/Json/DocumentError.h"
 #include "Host/Play/EventLog.h"
 #include "Host/Play/Player.h"
@@ -10,6 +11,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <iostream>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
@@ -45,7 +47,9 @@ class PlayCommand {
               "play", "Run a scenario, or the start-up of a switch document, on the modelled chip "
                       "in virtual time; print the event log" ) ),
           trace_( play_, "standard error" ) {
-        play_.add_option( "FILE", file_, "Scenario or switch document (JSON)" )->required();
+        play_
+            .add_option( "FILE", file_, "Scenario or switch document (JSON); - is standard input" )
+            ->required();
     }
 
     int run() const {
@@ -81,6 +85,11 @@ int runCommandLine( int argc, const char * const * argv, ChipAccess & chip ) {
         }
         return client.chosen() ? client.run() : play.run();
     } catch ( const CLI::ParseError & error ) {
+        const std::string unknown =
+            error.get_exit_code() == 0 ? std::string() : unknownWordText( program );
+        if ( !unknown.empty() ) {
+            return report( refused, unknown.c_str() );
+        }
         const bool answered = program.exit( error ) == 0;
         if ( answered && !std::cout.flush() ) {
             return report( failed, "kelqos: cannot write to standard output" );
@@ -90,6 +99,8 @@ int runCommandLine( int argc, const char * const * argv, ChipAccess & chip ) {
         return report( refused, error.what() );
     } catch ( const std::invalid_argument & error ) {
         return report( refused, error.what() );
+    } catch ( const std::bad_alloc & ) {
+        return report( failed, "kelqos: out of memory" );
     } catch ( const std::exception & error ) {
         return report( failed, error.what() );
     }

@@ -80,7 +80,7 @@ TEST_F( AgentTest, answersClientsWithAnExitStatusAndStops ) {
     EXPECT_EQ( agent.ask( { "show", "nothing" } ),
                ( Outcome{ 1, "", "Unknown command: show nothing\n" } ) );
     EXPECT_EQ( agent.ask( { "show", std::string( 5000, 'x' ) } ),
-               ( Outcome{ 1, "", "the request is longer than 4096 bytes\n" } ) );
+               ( Outcome{ 1, "", "a command has at most 4096 bytes, and this one 5005\n" } ) );
     EXPECT_TRUE( contains( agent.ask( { "ring" } ).out, "Ethernet1" ) );
 
     // What an operator may ask about is traced without being asked for.
@@ -216,7 +216,7 @@ TEST_F( AgentTest, itsSocketIsAFile ) {
     EXPECT_FALSE( std::filesystem::exists( "@a.lock" ) );
 }
 
-TEST_F( AgentTest, clientWhoseReaderIsGoneSaysSo ) {
+TEST_F( AgentTest, clientWhoseReaderHasSeenEnoughIsSilent ) {
     AgentProcess agent( config( {} ), socket );
     agent.ready();
     int ends[2];
@@ -224,7 +224,7 @@ TEST_F( AgentTest, clientWhoseReaderIsGoneSaysSo ) {
     close( ends[0] );
     const FileDescriptor output( ends[1] );
     EXPECT_EQ( runKelqos( { "show", "buf", "--socket", socket }, output.get() ),
-               ( Outcome{ 1, "", "cannot write the answer: Broken pipe\n" } ) );
+               ( Outcome{ 1, "", "" } ) );
 }
 
 TEST_F( AgentTest, leakIsFollowedByAWarmRestart ) {
