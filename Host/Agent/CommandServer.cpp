@@ -1,5 +1,7 @@
 #include "Host/Agent/CommandServer.h"
 
+#include "Host/Json/MessageText.h"
+
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -17,6 +19,12 @@ constexpr U32 newClients = EPOLLIN | EPOLLET;
 // At most so many are accepted in one go, so that an endless stream of callers leaves room for
 // others.
 constexpr int clientsAtOnce = 16;
+
+// For whoever is told that it took long.
+std::string described( const Request & request ) {
+    return request.kind == RequestKind::command ? "the request '" + shown( request.body, 64 ) + "'"
+                                                : "a client's request";
+}
 
 } // namespace
 
@@ -102,6 +110,7 @@ bool CommandServer::mayKeep( std::size_t bytes ) const {
 }
 
 void CommandServer::answer( ClientSession & session, Request request ) {
+    loop_.eventNameIs( described( request ) );
     answerer_( std::move( request ), [this, number = session.number()]( const Answer & answer ) {
         reply( number, answer );
     } );
