@@ -144,10 +144,9 @@ class Agent {
         notify_.stopping();
         server_.flush();
         if ( frame_.orphaned() ) {
-            frame_.warmRestart.pendingIs( true );
             log_.error( "the supervisor is gone; the next start is a warm restart" );
         } else {
-            frame_.warmRestart.pendingIs( false );
+            frame_.warmRestart.forget();
             frame_.kept.forget();
         }
         log_.info( "stopped" );
@@ -162,7 +161,7 @@ class Agent {
         if ( !trouble.empty() ) {
             log_.error( trouble );
         }
-        if ( frame_.warmRestart.pending() ) {
+        if ( frame_.warmRestart.noted() || frame_.kept.present() ) {
             config_.document.counters.clear();
             config_.document.countersLastClear.clear();
             log_.info( "warm restart: the counter stores are empty" );
@@ -193,13 +192,13 @@ class Agent {
     // Nothing in here waits: standard error does not.
     static void handleAbort() {
         if ( aborting_ != nullptr ) {
-            aborting_->frame_.warmRestart.pendingIs( true );
+            aborting_->frame_.warmRestart.note();
         }
         Kel::ringTraceWrite( STDERR_FILENO );
     }
 
     [[noreturn]] void handleExit( int status ) {
-        frame_.warmRestart.pendingIs( true );
+        frame_.warmRestart.note();
         log_.error( "the switch software ended itself with status " + std::to_string( status ) +
                     "; the next start is a warm restart" );
         notify_.stopping();
@@ -238,7 +237,7 @@ int runAgent( const AgentOptions & options, ChipAccess & chip ) {
             throw;
         }
     };
-    return options.supervise ? supervise( run, WarmRestart( options.socketPath ), log ) : run();
+    return options.supervise ? supervise( run, log ) : run();
 }
 
 } // namespace KelHost

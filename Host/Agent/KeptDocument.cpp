@@ -37,6 +37,12 @@ bool writeAll( int fd, std::string_view text ) {
 
 } // namespace
 
+bool KeptDocument::present() const {
+    struct stat found {};
+    return lstat( file_.c_str(), &found ) == 0 && S_ISREG( found.st_mode ) &&
+           found.st_uid == geteuid();
+}
+
 std::string KeptDocument::text() const {
     const FileDescriptor fd(
         open( file_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY ) );

@@ -14,6 +14,9 @@ class KeptDocument {
 
     const std::string & file() const { return file_; }
 
+    // Whether there is one: then the last agent in this place was not stopped.
+    bool present() const;
+
     // The document; empty when there is none. Throws std::runtime_error, with a text for the user,
     // when the file is not to be trusted: when it is no regular file, or one that somebody else
     // owns or may write to.

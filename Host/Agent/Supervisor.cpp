@@ -47,8 +47,7 @@ class Ends {
 
 class Supervisor {
   public:
-    Supervisor( const WarmRestart & warmRestart, const AgentLog & log )
-        : warmRestart_( warmRestart ), log_( log ) {
+    explicit Supervisor( const AgentLog & log ) : log_( log ) {
         // If the signal were inherited as ignored, the child's exit status would be lost.
         std::signal( SIGCHLD, SIG_DFL );
     }
@@ -102,12 +101,10 @@ class Supervisor {
             return EXIT_FAILURE;
         }
         log_.error( what + "; starting it again" );
-        warmRestart_.pendingIs( true );
         restarted_ = true;
         return std::nullopt;
     }
 
-    const WarmRestart & warmRestart_;
     const AgentLog & log_;
     SignalQueue signals_{ SIGCHLD, SIGTERM, SIGINT, SIGHUP };
     Ends ends_;
@@ -118,9 +115,8 @@ class Supervisor {
 
 } // namespace
 
-int supervise( const std::function<int()> & agent, const WarmRestart & warmRestart,
-               const AgentLog & log ) {
-    return Supervisor( warmRestart, log ).run( agent );
+int supervise( const std::function<int()> & agent, const AgentLog & log ) {
+    return Supervisor( log ).run( agent );
 }
 
 } // namespace KelHost
