@@ -85,6 +85,7 @@ class ScenarioReader {
         if ( members.faults != nullptr ) {
             const JsonCursor faults = cursor.member( "faults", *members.faults );
             const Json & array = readArray( faults );
+            scenario.faults.reserve( array.size() );
             for ( std::size_t i = 0; i < array.size(); ++i ) {
                 scenario.faults.push_back( readFault( faults.element( array, i ) ) );
             }
@@ -92,6 +93,7 @@ class ScenarioReader {
         if ( members.steps != nullptr ) {
             const JsonCursor steps = cursor.member( "steps", *members.steps );
             const Json & array = readArray( steps );
+            scenario.steps.reserve( array.size() );
             for ( std::size_t i = 0; i < array.size(); ++i ) {
                 scenario.steps.push_back( readStep( steps.element( array, i ) ) );
             }
@@ -187,9 +189,12 @@ class ScenarioReader {
         tree_.merge_patch( cursor.value() );
         SwitchDocument next = decodeSwitchDocument( tree_, place );
         checkTransition( document_, next, place );
-        PatchStep step{ differenceOf( document_, next ) };
+        DocumentDifference difference = differenceOf( document_, next );
         document_ = std::move( next );
-        return step;
+        if ( difference.before == difference.after ) {
+            return PatchStep{};
+        }
+        return PatchStep{ std::make_unique<DocumentDifference>( std::move( difference ) ) };
     }
 
     ScenarioStep readAdvance( const JsonCursor & cursor ) {
