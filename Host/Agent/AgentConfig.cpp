@@ -2,6 +2,7 @@
 
 #include "Host/Document/SwitchDocumentDecoder.h"
 #include "Host/Json/JsonReader.h"
+#include "Host/Json/MessageText.h"
 #include "Host/Json/TextFile.h"
 
 #include <utility>
@@ -33,7 +34,7 @@ StartConfig readStartConfig( const std::string & file, const KeptDocument & kept
                              kept.file() };
             }
         } catch ( const std::exception & keptError ) {
-            throw DocumentError( why + "; " + keptError.what() );
+            throw DocumentError( bounded( why + "; " + keptError.what() ) );
         }
         throw;
     }

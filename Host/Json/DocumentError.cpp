@@ -58,7 +58,11 @@ std::string pointerToken( std::string_view name ) {
             token += c;
         }
     }
-    return shown( token, tokenLimit );
+    token = shown( token, tokenLimit );
+    if ( token.ends_with( "~..." ) ) { // cut inside of "~0" or "~1"
+        token.erase( token.size() - 4, 1 );
+    }
+    return token;
 }
 
 } // namespace KelHost

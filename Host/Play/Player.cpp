@@ -71,7 +71,11 @@ class Player {
         std::_Exit( status );
     }
 
-    void act( const PatchStep & step ) { runtime_.apply( step.difference ); }
+    void act( const PatchStep & step ) {
+        if ( step.difference ) {
+            runtime_.apply( *step.difference );
+        }
+    }
     void act( const AdvanceStep & step ) {
         runtime_.advanceTo( activityManager_.now() + step.seconds );
     }

@@ -71,12 +71,13 @@ class ScenarioReader {
     ScenarioReader( const std::string & file, std::span<const FaultCall> faultCalls )
         : place_{ .file = file }, faultCalls_( faultCalls ) {}
 
-    Scenario read( const Json & root ) {
+    // What has been read is taken out of the tree at once: a large one makes room for the scenario.
+    Scenario read( Json root ) {
         const JsonCursor cursor( root, place_ );
         Members members;
         Decode::object( cursor, members, memberRules );
         Scenario scenario;
-        readConfig( cursor.member( "config", *members.config ) );
+        readConfig( cursor.member( "config", *members.config ), root["config"] );
         scenario.start = document_;
         if ( members.simulation != nullptr ) {
             scenario.simulation =
@@ -85,15 +86,18 @@ class ScenarioReader {
         if ( members.faults != nullptr ) {
             const JsonCursor faults = cursor.member( "faults", *members.faults );
             const Json & array = readArray( faults );
+            scenario.faults.reserve( array.size() );
             for ( std::size_t i = 0; i < array.size(); ++i ) {
                 scenario.faults.push_back( readFault( faults.element( array, i ) ) );
             }
         }
         if ( members.steps != nullptr ) {
             const JsonCursor steps = cursor.member( "steps", *members.steps );
-            const Json & array = readArray( steps );
+            scenario.steps.reserve( readArray( steps ).size() );
+            Json & array = root["steps"];
             for ( std::size_t i = 0; i < array.size(); ++i ) {
                 scenario.steps.push_back( readStep( steps.element( array, i ) ) );
+                array[i] = nullptr;
             }
         }
         return scenario;
@@ -108,7 +112,7 @@ class ScenarioReader {
 
     static const StepKind stepKinds[7];
 
-    void readConfig( const JsonCursor & cursor ) {
+    void readConfig( const JsonCursor & cursor, Json & config ) {
         if ( const auto * path = cursor.value().get_ptr<const std::string *>() ) {
             // Control characters would end the name early, or break the line of an error that
             // quotes it.
@@ -124,7 +128,7 @@ class ScenarioReader {
         if ( !cursor.value().is_object() ) {
             cursor.refuse( "must be a switch document or the path of one" );
         }
-        tree_ = cursor.value();
+        tree_ = std::move( config );
         document_ =
             decodeSwitchDocument( tree_, { .file = place_.file, .root = cursor.pointer() } );
     }
@@ -187,9 +191,12 @@ class ScenarioReader {
         tree_.merge_patch( cursor.value() );
         SwitchDocument next = decodeSwitchDocument( tree_, place );
         checkTransition( document_, next, place );
-        PatchStep step{ differenceOf( document_, next ) };
+        DocumentDifference difference = differenceOf( document_, next );
         document_ = std::move( next );
-        return step;
+        if ( difference.before == difference.after ) {
+            return PatchStep{};
+        }
+        return PatchStep{ std::make_unique<DocumentDifference>( std::move( difference ) ) };
     }
 
     ScenarioStep readAdvance( const JsonCursor & cursor ) {
@@ -243,9 +250,9 @@ bool isScenario( const Json & root ) {
 
 Scenario readScenarioFile( const std::string & file, std::span<const FaultCall> faultCalls ) {
     const std::string name = inputName( file );
-    const Json root = readJson( readInput( file ), name );
+    Json root = readJson( readInput( file ), name );
     if ( isScenario( root ) ) {
-        return ScenarioReader( name, faultCalls ).read( root );
+        return ScenarioReader( name, faultCalls ).read( std::move( root ) );
     }
     Scenario scenario;
     scenario.start = decodeSwitchDocument( root, { .file = name } );

@@ -3,6 +3,7 @@
 #include "Host/Document/DocumentDifference.h"
 #include "Host/Json/Json.h"
 
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -27,9 +28,9 @@ struct FaultStep {
     U64 times = always;
 };
 
-// The current document is taken this step on.
+// The current document is taken this step on. A file has room for very many steps: they are small.
 struct PatchStep {
-    DocumentDifference difference;
+    std::unique_ptr<const DocumentDifference> difference; // null: nothing differs
 };
 
 struct AdvanceStep {

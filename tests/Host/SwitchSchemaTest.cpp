@@ -145,7 +145,7 @@ TEST_F( SwitchSchema, agreesWithTheDecoderOnEveryChangeOfAMember ) {
         65536, 86400, 86401, 600000001, 4294967294, 4294967295, 4294967296, 1000000000000,
         1000000000001 ])" );
     for ( const char * word : { "unknown", "enabled", "linkPause", "pfc", "strict", "roundRobin",
-                                "kbps", "pps", "a blank", "a\ttab", "\u00fc" } ) {
+                                "kbps", "pps", "a blank", "a\ttab", "\x7f", "\u00fc" } ) {
         values.push_back( word );
     }
     values.push_back( std::string( 64, 'x' ) );
@@ -222,4 +222,16 @@ TEST_F( SwitchSchema, agreesWithTheDecoderOnInterfaceNames ) {
         EXPECT_FALSE( named( name ) ) << name;
     }
     EXPECT_FALSE( named( "Internal67", "14" ) );
+}
+
+TEST_F( SwitchSchema, agreesWithTheDecoderOnTheNumberOfBlockCounters ) {
+    Json whole = around( Json::parse( maximal ), Pointer( "/counters" ) );
+    Json & block = whole["counters"]["1"]["block"];
+    const Json counter = block["3"];
+    for ( int id = 0; id < 4096; ++id ) {
+        block[std::to_string( id )] = counter;
+    }
+    EXPECT_TRUE( agreed( whole ) );
+    block["4096"] = counter;
+    EXPECT_FALSE( agreed( whole ) );
 }
