@@ -53,7 +53,7 @@ struct AgentFrame {
     // For an end that does not wait: a file may still be being read, or the library's work in
     // progress be on the stack, so destructors must not run.
     [[noreturn]] void end( int status ) const {
-        log.retry();
+        log.close();
         std::_Exit( status );
     }
 
@@ -105,7 +105,7 @@ class Agent {
           config_( std::move( start.config ) ),
           socket_( frame.options.socketPath ),
           timer_( frame.loop ),
-          runtime_( activityManager_, startDocument( start.trouble ) ),
+          runtime_( activityManager_, startDocument( start.refusal ) ),
           changes_( runtime_, frame.loop, frame.worker ),
           service_( runtime_, changes_, frame.options.config, frame.kept, log_, notify_ ),
           server_( socket_.fd(), frame.loop,
@@ -157,9 +157,10 @@ class Agent {
     }
 
   private:
-    const SwitchDocument & startDocument( const std::string & trouble ) {
-        if ( !trouble.empty() ) {
-            log_.error( trouble );
+    const SwitchDocument & startDocument( const std::string & refusal ) {
+        if ( !refusal.empty() ) {
+            log_.error( refusal );
+            log_.error( "starting with the document that was applied last, " + config_.file );
         }
         if ( frame_.warmRestart.noted() || frame_.kept.present() ) {
             config_.document.counters.clear();
@@ -193,8 +194,9 @@ class Agent {
     static void handleAbort() {
         if ( aborting_ != nullptr ) {
             aborting_->frame_.warmRestart.note();
+            aborting_->log_.close();
         }
-        Kel::ringTraceWrite( STDERR_FILENO );
+        writeRingTrace();
     }
 
     [[noreturn]] void handleExit( int status ) {

@@ -29,9 +29,7 @@ StartConfig readStartConfig( const std::string & file, const KeptDocument & kept
         try {
             text = kept.text();
             if ( !text.empty() ) {
-                return { decoded( kept.file(), std::move( text ) ),
-                         why + "; starting with the document that was applied last, " +
-                             kept.file() };
+                return { decoded( kept.file(), std::move( text ) ), why };
             }
         } catch ( const std::exception & keptError ) {
             throw DocumentError( bounded( why + "; " + keptError.what() ) );

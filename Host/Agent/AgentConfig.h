@@ -17,10 +17,10 @@ struct AgentConfig {
 // Throws DocumentError when the file cannot be read or anything in it is refused.
 AgentConfig readConfig( const std::string & file );
 
-// The configuration to start with, and what has to be told about it.
+// The configuration to start with.
 struct StartConfig {
     AgentConfig config;
-    std::string trouble; // empty: nothing
+    std::string refusal; // why it is not that of the configuration file; empty when it is
 };
 
 // Reads the configuration file. If it is refused, takes the document that an agent in this place

@@ -36,7 +36,7 @@ AgentLog::AgentLog( bool toStandardError )
 AgentLog::AgentLog( std::unique_ptr<LogOutput> output ) : output_( std::move( output ) ) {}
 
 AgentLog::~AgentLog() {
-    retry();
+    close();
     Kel::syslogSinkIs( nullptr );
     Kel::traceSinkIs( nullptr );
 }
@@ -56,15 +56,21 @@ void AgentLog::refused( const std::string & text ) const {
     }
 }
 
-bool AgentLog::hasMore() const { return lost_ != 0 || !output_->finishLine(); }
+bool AgentLog::hasMore() const { return lost_ != 0 || !output_->flush( 0 ); }
 
 void AgentLog::retry() const {
-    if ( output_->finishLine() && lost_ != 0 &&
+    if ( output_->flush( 0 ) && lost_ != 0 &&
          output_->write( LOG_WARNING, own( "lines of the log that were lost, because nobody read "
                                            "it: " +
                                            std::to_string( lost_ ) ) ) ) {
         lost_ = 0;
     }
+}
+
+void AgentLog::close() const {
+    constexpr int patience = 200; // milliseconds
+    retry();
+    (void)output_->flush( patience );
 }
 
 void AgentLog::put( int priority, std::string_view line ) const {

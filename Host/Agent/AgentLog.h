@@ -31,6 +31,8 @@ class AgentLog {
     // Whether there is still something to tell; retry() tries to.
     bool hasMore() const;
     void retry() const;
+    // For a process that ends: the last try, which waits for a moment.
+    void close() const;
 
   private:
     std::string own( const std::string & text ) const;

@@ -100,7 +100,7 @@ void AgentService::reload( Reply reply ) {
 
 Answer AgentService::reloaded( const std::string & refusal, const std::string & trouble ) {
     if ( !refusal.empty() ) {
-        log_.error( "reload refused, the configuration stays as it was: " + refusal );
+        log_.error( bounded( "reload refused, the configuration stays as it was: " + refusal ) );
         notify_.ready( refusal );
         return refused( refusal + "\n" );
     }

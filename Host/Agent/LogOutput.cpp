@@ -2,7 +2,11 @@
 
 #include "Host/Agent/UnixSocket.h"
 #include "Host/Agent/WallClock.h"
+#include "Host/Switch/AnswerFile.h"
+#include "Platform/Logging/RingTrace.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
@@ -44,39 +48,47 @@ std::string now() {
     return { text, wallClockText( wallClock(), text ) };
 }
 
-// What can be written without waiting, in bytes; -1 with errno when it is nothing.
-ssize_t writeNow( std::string_view text ) {
-    pollfd room{ STDERR_FILENO, POLLOUT, 0 };
-    if ( poll( &room, 1, 0 ) != 1 ) {
-        errno = EAGAIN;
-        return -1;
+// Writes what standard error takes; waits for room for so many milliseconds at most, in all.
+// Returns how much was written.
+std::size_t writeSome( std::string_view text, int patience ) {
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + std::chrono::milliseconds( patience );
+    std::size_t written = 0;
+    while ( written < text.size() ) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>( end - Clock::now() ).count();
+        pollfd room{ STDERR_FILENO, POLLOUT, 0 };
+        if ( poll( &room, 1, static_cast<int>( std::max<long>( left, 0 ) ) ) != 1 ) {
+            break;
+        }
+        const ssize_t count =
+            ::write( STDERR_FILENO, text.data() + written, text.size() - written );
+        if ( count < 0 && errno != EAGAIN && errno != EINTR ) {
+            return text.size(); // nobody will ever read it
+        }
+        written += count < 0 ? 0 : static_cast<std::size_t>( count );
     }
-    return ::write( STDERR_FILENO, text.data(), text.size() );
+    return written;
 }
 
 } // namespace
 
 StandardErrorOutput::StandardErrorOutput() : toJournal_( isJournal() ) { unblockStandardError(); }
 
-bool StandardErrorOutput::finishLine() {
-    if ( !rest_.empty() ) {
-        const ssize_t count = writeNow( rest_ );
-        rest_.erase( 0, count < 0 ? 0 : static_cast<std::size_t>( count ) );
+bool StandardErrorOutput::flush( int patience ) {
+    if ( !kept_.empty() ) {
+        kept_.erase( 0, writeSome( kept_, patience ) );
     }
-    return rest_.empty();
+    return kept_.empty();
 }
 
 bool StandardErrorOutput::write( int priority, std::string_view line ) {
-    if ( !finishLine() ) {
+    if ( kept_.size() + line.size() > keptAtMost && !flush( 0 ) ) {
         return false;
     }
-    std::string text = toJournal_ ? "<" + std::to_string( priority ) + ">" : now() + " ";
-    text.append( line ).append( "\n" );
-    const ssize_t count = writeNow( text );
-    if ( count < 0 ) {
-        return false;
-    }
-    rest_ = text.substr( static_cast<std::size_t>( count ) );
+    kept_ += toJournal_ ? "<" + std::to_string( priority ) + ">" : now() + " ";
+    kept_.append( line ).append( "\n" );
+    (void)flush( 0 );
     return true;
 }
 
@@ -114,6 +126,13 @@ bool SyslogOutput::write( int priority, std::string_view line ) {
         socket_ = FileDescriptor();
     }
     return false;
+}
+
+void writeRingTrace() {
+    constexpr int patience = 1000; // milliseconds
+    const AnswerFile text;
+    Kel::ringTraceWrite( text.fd() );
+    (void)writeSome( text.text(), patience );
 }
 
 } // namespace KelHost

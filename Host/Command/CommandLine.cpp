@@ -5,6 +5,7 @@
 #include "Host/Command/TraceOption.h"
 #include "Host/Command/UnknownWord.h"
 #include "Host/Json/DocumentError.h"
+#include "Host/Json/MessageText.h"
 #include "Host/Play/EventLog.h"
 #include "Host/Play/Player.h"
 
@@ -34,8 +35,8 @@ constexpr const char * statusHelp =
     "A driver call that fails or a broken invariant aborts, with the reason and the ring-buffer\n"
     "trace on standard error.\n";
 
-int report( int status, const char * text ) {
-    std::fprintf( stderr, "%s\n", text );
+int report( int status, const std::string & text ) {
+    std::fprintf( stderr, "%s\n", text.c_str() );
     return status;
 }
 
@@ -88,21 +89,23 @@ int runCommandLine( int argc, const char * const * argv, ChipAccess & chip ) {
         const std::string unknown =
             error.get_exit_code() == 0 ? std::string() : unknownWordText( program );
         if ( !unknown.empty() ) {
-            return report( refused, unknown.c_str() );
+            return report( refused, unknown );
         }
-        const bool answered = program.exit( error ) == 0;
-        if ( answered && !std::cout.flush() ) {
-            return report( failed, "kelqos: cannot write to standard output" );
+        if ( error.get_exit_code() != 0 ) {
+            return report( refused,
+                           bounded( error.what() ) + "\nRun with --help for more information." );
         }
-        return answered ? done : refused;
+        program.exit( error ); // writes what was asked for
+        return std::cout.flush() ? done
+                                 : report( failed, "kelqos: cannot write to standard output" );
     } catch ( const DocumentError & error ) {
-        return report( refused, error.what() );
+        return report( refused, bounded( error.what() ) );
     } catch ( const std::invalid_argument & error ) {
-        return report( refused, error.what() );
+        return report( refused, bounded( error.what() ) );
     } catch ( const std::bad_alloc & ) {
         return report( failed, "kelqos: out of memory" );
     } catch ( const std::exception & error ) {
-        return report( failed, error.what() );
+        return report( failed, bounded( error.what() ) );
     }
 }
 

@@ -164,7 +164,7 @@ TEST_F( AgentNight, answersBesideThoseWhoOnlyConnect ) {
 
 TEST_F( AgentNight, comesUpWithTheDocumentThatWasAppliedLast ) {
     const std::string kept = socket + ".json";
-    const std::string says = "; starting with the document that was applied last, " + kept + "\n";
+    const std::string says = "starting with the document that was applied last, " + kept + "\n";
     {
         AgentProcess agent( config(), socket );
         agent.ready();
