@@ -1,5 +1,6 @@
 #include "Host/Agent/ClientSession.h"
 
+#include <new>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 
@@ -24,7 +25,11 @@ ClientSession::ClientSession( U64 number, FileDescriptor socket, EventLoop & loo
 
 void ClientSession::handleEvents( U32 events ) {
     if ( state_ == State::reading ) {
-        receive();
+        try {
+            receive();
+        } catch ( const std::bad_alloc & ) {
+            owner_.ended( *this ); // there is no room for its request
+        }
         return;
     }
     const bool gone = ( events & ( EPOLLERR | EPOLLHUP ) ) != 0;

@@ -2,6 +2,7 @@
 
 #include "Host/Json/MessageText.h"
 
+#include <new>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -119,7 +120,11 @@ void CommandServer::answer( ClientSession & session, Request request ) {
 void CommandServer::reply( U64 number, const Answer & answer ) {
     if ( ClientSession * session = find( number ) ) {
         makeRoomForAnswer( answer.text.size() );
-        session->reply( answer );
+        try {
+            session->reply( answer );
+        } catch ( const std::bad_alloc & ) {
+            session->reply( { AnswerStatus::refused, "out of memory" } );
+        }
     }
 }
 

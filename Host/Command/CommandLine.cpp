@@ -29,8 +29,8 @@ static_assert( failed == EventLog::writeFailed );
 constexpr const char * statusHelp =
     "Exit status:\n"
     "  0  done; also when the switch software ended itself in an orderly way\n"
-    "  1  the run failed: its output cannot be written, the system lacks something, there is no\n"
-    "     agent to ask, or the agent refused\n"
+    "  1  the run failed: its output cannot be written (without a message when the reader has\n"
+    "     left), the system lacks something, there is no agent to ask, or the agent refused\n"
     "  2  refused input: the command line, or a document, of which nothing was applied\n"
     "A driver call that fails or a broken invariant aborts, with the reason and the ring-buffer\n"
     "trace on standard error.\n";
