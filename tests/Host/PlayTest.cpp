@@ -65,6 +65,17 @@ TEST( CommandLine, HelpVersionAndRefusals ) {
         EXPECT_NE( outcome.err, "" );
     }
     EXPECT_NE( runKelqos( { "--dance" } ).err.find( "--dance" ), std::string::npos );
+    const std::pair<std::vector<std::string>, std::string> words[] = {
+        { { "shwo", "tm" }, "no command 'shwo'; did you mean 'show'?\n" },
+        { { "xyzzy" }, "no command 'xyzzy'; see kelqos --help\n" },
+        { { "\x1b[2J" }, "no command '\\u001b[2J'; see kelqos --help\n" },
+        { { std::string( 100000, 'x' ) },
+          "no command '" + std::string( 61, 'x' ) + "...'; see kelqos --help\n" },
+        { { "clear", "queues" }, "nothing to clear is called 'queues'; there is: counters\n" },
+        { { "clear" }, "say what to clear; there is: counters\n" } };
+    for ( const auto & [args, text] : words ) {
+        EXPECT_EQ( runKelqos( args ), ( Outcome{ 2, "", text } ) );
+    }
     const int full = open( "/dev/full", O_WRONLY | O_CLOEXEC );
     EXPECT_EQ( runKelqos( { "--help" }, full ).status, 1 );
     close( full );
