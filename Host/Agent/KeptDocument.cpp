@@ -62,7 +62,18 @@ std::string KeptDocument::text() const {
     return readText( fd.get(), file_ );
 }
 
+bool KeptDocument::isKept( const std::string & document ) const {
+    try {
+        return text() == document;
+    } catch ( const std::runtime_error & ) {
+        return false; // whatever is there, it is not the document
+    }
+}
+
 void KeptDocument::textIs( const std::string & text ) const {
+    if ( isKept( text ) ) {
+        return;
+    }
     const std::string what = "cannot keep the document in " + file_;
     const std::string draft = file_ + ".new";
     (void)unlink( draft.c_str() ); // of an agent that was killed

@@ -31,6 +31,8 @@ class KeptDocument {
     void forget() const;
 
   private:
+    bool isKept( const std::string & document ) const;
+
     std::string file_;
 };
 

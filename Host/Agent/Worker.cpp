@@ -9,19 +9,24 @@ namespace KelHost {
 
 namespace {
 
-// What is freed at the end of a thread's heap is only returned from this size on, in bytes; left to
-// itself the library raises the limit after the first large text.
-constexpr int returnedAtOnce = 1 << 20;
+// Bytes. Left to itself the library raises its limits after the first large text, and keeps much
+// more.
+constexpr int mappedAlone = 1 << 20; // allocations of this size are returned when they are freed
+constexpr int keptFree = 8 << 20;    // free memory that is not worth returning
 
 } // namespace
 
 Worker::Worker( EventLoop & loop )
     : ended_( loop, "what was done beside the loop", [this] { finish(); } ) {
-    (void)mallopt( M_MMAP_THRESHOLD, returnedAtOnce ); // best effort, as all of this
-    (void)mallopt( M_TRIM_THRESHOLD, returnedAtOnce );
+    (void)mallopt( M_MMAP_THRESHOLD, mappedAlone ); // best effort, as all of this
+    (void)mallopt( M_TRIM_THRESHOLD, keptFree );
 }
 
-void Worker::returnMemory() { malloc_trim( 0 ); }
+void Worker::returnMemory() {
+    if ( mallinfo2().fordblks > keptFree ) {
+        malloc_trim( 0 );
+    }
+}
 
 Worker::~Worker() { join(); }
 

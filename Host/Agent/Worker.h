@@ -24,8 +24,8 @@ class Worker {
     // the system has no thread left, the job is done here and now.
     void start( const std::function<void()> & job, std::function<void()> done );
 
-    // Gives what has been freed back to the system, as a job: the loop's small allocations need it
-    // no more than other processes' large ones.
+    // Gives what has been freed back to the system, as a job, when it is much: after a large
+    // document, not after each of the usual ones, which will need it again.
     static void returnMemory();
 
   private:
