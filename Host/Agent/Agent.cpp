@@ -109,8 +109,8 @@ class Agent {
           changes_( runtime_, frame.loop, frame.worker ),
           service_( runtime_, changes_, frame.options.config, frame.kept, log_, notify_ ),
           server_( socket_.fd(), frame.loop,
-                   [this]( Request request, CommandServer::Reply reply ) {
-                       service_.answer( std::move( request ), std::move( reply ) );
+                   [this]( Request request, const CommandServer::Reply & reply ) {
+                       service_.answer( std::move( request ), reply );
                    } ),
           beat_( frame.loop, [this] {
               server_.beat();
@@ -172,20 +172,18 @@ class Agent {
 
     // The agent is ready when it would come up again, too.
     void announce() {
-        const auto nothing = []( const SwitchDocument & present ) {
-            return differenceOf( present, present );
-        };
         const auto keep = [this] {
             if ( config_.file != frame_.kept.file() ) {
                 frame_.kept.textIs( config_.text );
             }
         };
-        changes_.add( { nothing, keep, [this]( const std::string &, const std::string & trouble ) {
+        changes_.add( { nullptr, keep, [this]( const std::string &, const std::string & trouble ) {
                            if ( !trouble.empty() ) {
                                log_.error( trouble );
                            }
                            reportStart( log_, runtime_, config_.file, frame_.options );
                            notify_.ready( programmedText( runtime_ ) );
+                           service_.textIs( std::move( config_.text ) );
                            config_ = {};
                        } } );
     }

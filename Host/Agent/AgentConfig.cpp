@@ -9,16 +9,14 @@
 
 namespace KelHost {
 
-namespace {
-
-AgentConfig decoded( const std::string & file, std::string text ) {
+AgentConfig decodedConfig( const std::string & file, std::string text ) {
     SwitchDocument document = decodeSwitchDocument( readJson( text, file ), { .file = file } );
     return { file, std::move( text ), std::move( document ) };
 }
 
-} // namespace
-
-AgentConfig readConfig( const std::string & file ) { return decoded( file, readTextFile( file ) ); }
+AgentConfig readConfig( const std::string & file ) {
+    return decodedConfig( file, readTextFile( file ) );
+}
 
 StartConfig readStartConfig( const std::string & file, const KeptDocument & kept ) {
     try {
@@ -29,7 +27,7 @@ StartConfig readStartConfig( const std::string & file, const KeptDocument & kept
         try {
             text = kept.text();
             if ( !text.empty() ) {
-                return { decoded( kept.file(), std::move( text ) ), why };
+                return { decodedConfig( kept.file(), std::move( text ) ), why };
             }
         } catch ( const std::exception & keptError ) {
             throw DocumentError( bounded( why + "; " + keptError.what() ) );

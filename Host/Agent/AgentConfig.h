@@ -16,6 +16,8 @@ struct AgentConfig {
 
 // Throws DocumentError when the file cannot be read or anything in it is refused.
 AgentConfig readConfig( const std::string & file );
+// The same for a text that was read from the file.
+AgentConfig decodedConfig( const std::string & file, std::string text );
 
 // The configuration to start with.
 struct StartConfig {

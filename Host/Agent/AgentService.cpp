@@ -5,6 +5,7 @@
 #include "Host/Document/CounterFeed.h"
 #include "Host/Document/DocumentTransition.h"
 #include "Host/Json/MessageText.h"
+#include "Host/Json/TextFile.h"
 #include "Host/Switch/AnswerFile.h"
 #include "KelQos/Show/KelSliceQosCli.h"
 #include "KelQos/Slice/KelSliceQosSm.h"
@@ -32,7 +33,12 @@ AgentService::AgentService( SwitchRuntime & runtime, DocumentChanges & changes, 
       log_( log ),
       notify_( notify ) {}
 
-void AgentService::answer( Request request, Reply reply ) noexcept {
+void AgentService::textIs( std::string text ) {
+    constexpr std::size_t mostKept = 1 << 20; // bytes; more than the document of a full chip has
+    text_ = text.size() > mostKept ? std::string() : std::move( text );
+}
+
+void AgentService::answer( Request request, const Reply & reply ) noexcept {
     std::string why;
     try {
         act( request, reply );
@@ -80,18 +86,26 @@ Answer AgentService::command( const std::string & text ) const {
 void AgentService::reload( Reply reply ) {
     // The text outlives the decoding, to be kept once the document is applied.
     const auto config = std::make_shared<AgentConfig>();
-    const auto prepare = [config, file = file_]( const SwitchDocument & present ) {
-        *config = readConfig( file );
+    const auto prepare = [this, config]( const SwitchDocument & present ) {
+        std::string text = readTextFile( file_ );
+        if ( !text.empty() && text == text_ ) {
+            config->text = std::move( text );
+            return counterDifferenceOf( present, present.counters ); // none
+        }
+        *config = decodedConfig( file_, std::move( text ) );
         SwitchDocument & next = config->document;
         next.counters = present.counters;
         next.countersLastClear = present.countersLastClear;
-        checkTransition( present, next, { .file = file } );
+        checkTransition( present, next, { .file = file_ } );
         DocumentDifference difference = differenceOf( present, next );
         next = {};
         return difference;
     };
-    const auto done = [this, reply = std::move( reply )]( const std::string & refusal,
-                                                          const std::string & trouble ) {
+    const auto done = [this, config, reply = std::move( reply )]( const std::string & refusal,
+                                                                  const std::string & trouble ) {
+        if ( refusal.empty() ) {
+            textIs( std::move( config->text ) );
+        }
         reply( reloaded( refusal, trouble ) );
     };
     notify_.reloading();

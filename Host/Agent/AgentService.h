@@ -21,9 +21,12 @@ class AgentService {
     AgentService( SwitchRuntime & runtime, DocumentChanges & changes, std::string file,
                   const KeptDocument & kept, const AgentLog & log, const SystemdNotify & notify );
 
+    // The text of the document that runs: a reload of the same text has nothing to decode.
+    void textIs( std::string text );
+
     // Calls `reply` once, at once or later, from the loop. Never throws: whatever goes wrong is
     // answered as a refusal, and has changed nothing.
-    void answer( Request request, Reply reply ) noexcept;
+    void answer( Request request, const Reply & reply ) noexcept;
 
     // Reads the configuration file again and applies what differs, except for the counters, which
     // come from feeds alone once the switch runs. A file that is refused, as a document or as the
@@ -45,6 +48,9 @@ class AgentService {
     const KeptDocument & kept_;
     const AgentLog & log_;
     const SystemdNotify & notify_;
+    // Empty when it is too large to be worth keeping. While a change is being prepared beside the
+    // loop it stays as it is.
+    std::string text_;
     bool signalled_ = false; // a reload that a signal asked for is under way
     bool signalledAgain_ = false;
 };

@@ -34,7 +34,11 @@ void DocumentChanges::beginNext() {
     }
     change_ = std::move( waiting_.front() );
     waiting_.pop_front();
-    worker_.start( [this] { prepare(); }, [this] { applyNextPart(); } );
+    if ( change_.prepare ) {
+        worker_.start( [this] { prepare(); }, [this] { applyNextPart(); } );
+    } else {
+        applyNextPart();
+    }
 }
 
 // The document that runs stands still until the change is applied.

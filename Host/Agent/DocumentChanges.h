@@ -11,7 +11,8 @@ namespace KelHost {
 // A change of the document that a running switch follows.
 struct DocumentChange {
     // Beside the loop: reads, decodes and checks whatever is to come, and compares it with the
-    // document that runs. Throws to refuse the change; its text is for the user.
+    // document that runs. Throws to refuse the change; its text is for the user. Absent when
+    // nothing changes.
     std::function<DocumentDifference( const SwitchDocument & present )> prepare;
     // Beside the loop, when the change has been applied; may be absent. Throws to tell of something
     // that went wrong, but does the change no harm.

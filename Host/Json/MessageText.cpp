@@ -56,7 +56,7 @@ std::string shown( std::string_view text, std::size_t most, std::string_view kep
         const std::string_view piece = text.substr( 0, character.size );
         if ( !character.valid ) {
             result += escaped( "\\x", character.code, 2 );
-        } else if ( isControl( character.code ) && kept.find( piece ) == kept.npos ) {
+        } else if ( isControl( character.code ) && kept.find( piece ) == std::string_view::npos ) {
             result += escaped( "\\u", character.code, 4 );
         } else {
             result += piece;

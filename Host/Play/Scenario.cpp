@@ -22,7 +22,7 @@ constexpr F64 longestAdvance = 1e7; // seconds
 // A step is two values at least. However many of them a file has, their times do not add up to more
 // than a double resolves to the millisecond.
 constexpr F64 longestTime = 0x1p43; // seconds; from here on neighbours are 2 ms apart
-static_assert( longestAdvance * ( jsonValueLimit / 2 ) < longestTime );
+static_assert( longestAdvance * jsonValueLimit / 2 < longestTime );
 
 void faultStatus( const JsonCursor & cursor, FaultStep & out ) {
     out.status = static_cast<S32>( Decode::readInteger( cursor, lowestStatus, highestStatus ) );
