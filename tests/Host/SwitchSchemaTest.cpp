@@ -2,7 +2,6 @@
 #include "tests/Host/DocumentHelpers.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 #include <regex>
 #include <set>
 #include <valijson/adapters/nlohmann_json_adapter.hpp>
@@ -12,7 +11,6 @@
 
 using namespace KelHost;
 using KelHostTest::refusal;
-using Json = nlohmann::json;
 using Pointer = Json::json_pointer;
 
 namespace {
