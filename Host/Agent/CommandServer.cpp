@@ -2,6 +2,7 @@
 
 #include "Host/Json/MessageText.h"
 
+#include <algorithm>
 #include <new>
 #include <poll.h>
 #include <sys/epoll.h>
@@ -20,6 +21,9 @@ constexpr U32 newClients = EPOLLIN | EPOLLET;
 // At most so many are accepted in one go, so that an endless stream of callers leaves room for
 // others.
 constexpr int clientsAtOnce = 16;
+
+// What a command that has not been answered lately is taken to be answered with, in bytes.
+constexpr std::size_t sizeOfNew = 4096;
 
 // For whoever is told that it took long.
 std::string described( const Request & request ) {
@@ -110,11 +114,62 @@ bool CommandServer::mayKeep( std::size_t bytes ) const {
     return bytes <= requestLimit;
 }
 
+// One in each turn of the loop, so that those who come meanwhile are heard.
 void CommandServer::answer( ClientSession & session, Request request ) {
-    loop_.eventNameIs( described( request ) );
-    answerer_( std::move( request ), [this, number = session.number()]( const Answer & answer ) {
-        reply( number, answer );
-    } );
+    Waiting waiting{ session.number(), std::move( request ) };
+    if ( waiting_.empty() && servedTurn_ != loop_.turn() ) {
+        serve( std::move( waiting ) );
+        return;
+    }
+    waiting_.push_back( std::move( waiting ) );
+    if ( waiting_.size() == 1 ) {
+        serveLater();
+    }
+}
+
+void CommandServer::serveLater() {
+    loop_.whenIdle( "a client's request", [this] { serveNext(); } );
+}
+
+// Many who ask for much should not hold up one who asks for little, nor the other way round.
+void CommandServer::serveNext() {
+    oldestNext_ = !oldestNext_;
+    const auto next = oldestNext_
+                          ? waiting_.begin()
+                          : std::ranges::min_element( waiting_, {}, [this]( const Waiting & one ) {
+                                const auto last = answerSizes_.find( one.request.body );
+                                return last == answerSizes_.end() ? sizeOfNew : last->second;
+                            } );
+    Waiting waiting = std::move( *next );
+    waiting_.erase( next );
+    if ( !waiting_.empty() ) {
+        serveLater();
+    }
+    if ( find( waiting.number ) != nullptr ) { // the client is still there
+        serve( std::move( waiting ) );
+    }
+}
+
+void CommandServer::serve( Waiting && waiting ) {
+    servedTurn_ = loop_.turn();
+    loop_.eventNameIs( described( waiting.request ) );
+    std::string command =
+        waiting.request.kind == RequestKind::command ? waiting.request.body : std::string();
+    answerer_( std::move( waiting.request ),
+               [this, number = waiting.number, command]( const Answer & answer ) {
+                   if ( !command.empty() ) {
+                       noteSize( command, answer.text.size() );
+                   }
+                   reply( number, answer );
+               } );
+}
+
+void CommandServer::noteSize( const std::string & command, std::size_t size ) {
+    constexpr std::size_t mostCommands = 64;
+    if ( answerSizes_.size() == mostCommands ) {
+        answerSizes_.clear();
+    }
+    answerSizes_[command] = size;
 }
 
 void CommandServer::reply( U64 number, const Answer & answer ) {

@@ -2,14 +2,18 @@
 
 #include "Host/Agent/ClientSession.h"
 
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
+#include <string>
 
 namespace KelHost {
 
 // Accepts clients on a listening socket and has their requests answered, one at a time, each to
-// completion. Nothing that a client does or fails to do holds up the others or the caller.
+// completion. Nothing that a client does or fails to do holds up the others or the caller: of
+// several requests that wait, the one with the shortest answer and the oldest one are served in
+// turn.
 class CommandServer final : private ClientSession::Owner {
   public:
     // More clients than this at a time are not served: the one that has been silent for longest
@@ -44,9 +48,19 @@ class CommandServer final : private ClientSession::Owner {
   private:
     using State = ClientSession::State;
 
+    struct Waiting {
+        U64 number; // of the session
+        Request request;
+    };
+
     bool mayKeep( std::size_t bytes ) const override;
     void answer( ClientSession & session, Request request ) override;
     void ended( ClientSession & session ) override;
+    // Serves one of the requests that wait: as soon as nothing else is ready.
+    void serveLater();
+    void serveNext();
+    void serve( Waiting && waiting );
+    void noteSize( const std::string & command, std::size_t size );
     void accept();
     bool somebodyWaits() const;
     // Whether one more client can be served, if need be after another one has gone.
@@ -64,6 +78,10 @@ class CommandServer final : private ClientSession::Owner {
     EventLoop::Watch watch_;
     std::map<U64, std::unique_ptr<ClientSession>> sessions_; // oldest first
     U64 lastNumber_ = 0;
+    std::deque<Waiting> waiting_; // oldest first
+    U64 servedTurn_ = 0;          // of the loop
+    bool oldestNext_ = false;
+    std::map<std::string, std::size_t> answerSizes_; // of the last answers, by command
 };
 
 } // namespace KelHost

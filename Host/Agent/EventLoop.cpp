@@ -1,7 +1,5 @@
 #include "Host/Agent/EventLoop.h"
 
-#include "Platform/Framework/Assert.h"
-
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -49,23 +47,22 @@ EventLoop::EventLoop()
     : epoll_( checkedResult( epoll_create1( EPOLL_CLOEXEC ), "cannot wait for events" ) ) {}
 
 void EventLoop::whenIdle( const char * name, std::function<void()> action ) {
-    KEL_ASSERT( !idleAction_ );
-    idleName_ = name;
-    idleAction_ = std::move( action );
-    idlePutOff_ = 0;
+    idleActions_.push_back( { name, std::move( action ) } );
 }
 
 void EventLoop::runIdleAction() {
     if ( beforeEvent_ ) {
         timed( "timers", beforeEvent_ );
     }
-    const std::function<void()> action = std::exchange( idleAction_, nullptr );
-    timed( idleName_, action );
+    const IdleAction action = std::move( idleActions_.front() );
+    idleActions_.pop_front();
+    idlePutOff_ = 0;
+    timed( action.name, action.act );
 }
 
 void EventLoop::wait( int timeout ) {
     std::array<epoll_event, 64> ready;
-    const bool idle = static_cast<bool>( idleAction_ );
+    const bool idle = !idleActions_.empty();
     const int count = epoll_wait( epoll_.get(), ready.data(), ready.size(), idle ? 0 : timeout );
     if ( count < 0 && errno == EINTR ) {
         return;

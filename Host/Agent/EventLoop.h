@@ -3,6 +3,7 @@
 #include "Host/Json/FileDescriptor.h"
 #include "Platform/Framework/Types.h"
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -63,7 +64,7 @@ class EventLoop {
     void eventNameIs( std::string name ) { eventName_ = std::move( name ); }
 
     // Calls the action, once, in a later turn: when nothing else is ready, or when it has been put
-    // off for long enough. There is one at a time. `name` as for a watch.
+    // off for long enough. Of several, one in each turn, in their order. `name` as for a watch.
     void whenIdle( const char * name, std::function<void()> action );
 
     // Waits for at most that many milliseconds (-1: for ever) and calls the handlers of what is
@@ -80,6 +81,11 @@ class EventLoop {
         Handler handler;
     };
 
+    struct IdleAction {
+        const char * name;
+        std::function<void()> act;
+    };
+
     void handle( U64 id, U32 events );
     void runIdleAction();
     // Does the work and tells when it was slow.
@@ -90,8 +96,7 @@ class EventLoop {
     std::function<void()> beforeEvent_;
     SlowEventHandler slowEvent_;
     std::string eventName_;
-    const char * idleName_ = nullptr;
-    std::function<void()> idleAction_;
+    std::deque<IdleAction> idleActions_;
     int idlePutOff_ = 0; // turns
     Delay delay_;
     U64 turn_ = 0;

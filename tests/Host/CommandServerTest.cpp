@@ -2,6 +2,8 @@
 #include "Host/Agent/CommandSocket.h"
 #include "tests/Host/ProcessHelpers.h"
 
+#include <algorithm>
+
 using namespace KelHost;
 using namespace KelHostTest;
 
@@ -62,7 +64,8 @@ class CommandServerTest : public testing::Test {
         if ( request.kind == RequestKind::reload ) {
             later.push_back( reply );
         } else {
-            reply( { AnswerStatus::done, std::string( answerSize, 'a' ) } );
+            const bool little = request.body == "little";
+            reply( { AnswerStatus::done, std::string( little ? 1 : answerSize, 'a' ) } );
         }
     }
 
@@ -194,6 +197,22 @@ TEST_F( CommandServerTest, boundsClientsAndWhatItKeepsOfThem ) {
     }
     EXPECT_EQ( heard( clients[10] ), "..." );
     EXPECT_EQ( heard( clients[16] ), refusal( "the agent is busy with the requests of others" ) );
+}
+
+TEST_F( CommandServerTest, oneWhoAsksForLittleIsNotHeldUpByManyWhoAskForMuch ) {
+    answerSize = 10000;
+    std::vector<FileDescriptor> clients( 21 );
+    for ( FileDescriptor & client : clients ) {
+        client = connection();
+    }
+    say( clients[0], "command 4\nmuch" );
+    for ( std::size_t i = 1; i < 20; ++i ) {
+        (void)send( clients[i].get(), "command 4\nmuch", 14, MSG_NOSIGNAL );
+    }
+    say( clients[20], "command 6\nlittle" );
+    const auto little = std::ranges::find( requests, "little", &Request::body );
+    EXPECT_LE( little - requests.begin(), 4 );
+    EXPECT_EQ( requests.size(), 21U ); // nor are they
 }
 
 TEST_F( CommandServerTest, newcomersWaitWhileEverybodyIsServed ) {
