@@ -118,15 +118,17 @@ Answer AgentService::reloaded( const std::string & refusal, const std::string & 
         notify_.ready( refusal );
         return refused( refusal + "\n" );
     }
-    Answer answer{ AnswerStatus::done, "reloaded " + file_ };
+    Answer answer{ AnswerStatus::done, "reloaded " + shown( file_, 300 ) };
     log_.info( answer.text );
+    std::string status = answer.text;
     for ( const std::string & text : { reservationText( runtime_ ), trouble } ) {
         if ( !text.empty() ) {
             log_.error( text );
             answer.text += '\n' + text;
+            status += "; " + text;
         }
     }
-    notify_.ready( answer.text );
+    notify_.ready( status );
     answer.text += '\n';
     return answer;
 }
