@@ -6,6 +6,7 @@
 #include <new>
 #include <poll.h>
 #include <sys/epoll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <vector>
 
@@ -22,6 +23,14 @@ constexpr U32 newClients = EPOLLIN | EPOLLET;
 // others.
 constexpr int clientsAtOnce = 16;
 
+// What the agent's own files, answers and documents leave over.
+std::size_t descriptorsForClients() {
+    constexpr rlim_t own = 32;
+    rlimit limit{};
+    const bool known = getrlimit( RLIMIT_NOFILE, &limit ) == 0;
+    return known && limit.rlim_cur > own ? limit.rlim_cur - own : 1;
+}
+
 // What a command that has not been answered lately is taken to be answered with, in bytes.
 constexpr std::size_t sizeOfNew = 4096;
 
@@ -35,6 +44,7 @@ std::string described( const Request & request ) {
 
 CommandServer::CommandServer( int listener, EventLoop & loop, Answerer answerer )
     : listener_( listener ),
+      mostClients_( std::min( clientLimit, descriptorsForClients() ) ),
       loop_( loop ),
       answerer_( std::move( answerer ) ),
       watch_( loop, "new clients", listener, newClients, [this]( U32 ) { accept(); } ) {}
@@ -71,7 +81,7 @@ bool CommandServer::somebodyWaits() const {
 }
 
 bool CommandServer::makeRoom() {
-    while ( sessions_.size() >= clientLimit ) {
+    while ( sessions_.size() >= mostClients_ ) {
         if ( ClientSession * silent = idlest( State::reading ) ) {
             const U64 number = silent->number();
             silent->receive(); // it may have spoken just now

@@ -16,8 +16,9 @@ namespace KelHost {
 // turn.
 class CommandServer final : private ClientSession::Owner {
   public:
-    // More clients than this at a time are not served: the one that has been silent for longest
-    // makes room, and while nobody is silent newcomers wait.
+    // More clients than this at a time (fewer where the system allows few descriptors) are not
+    // served: the one that has been silent for longest makes room, and while nobody is silent
+    // newcomers wait.
     static constexpr std::size_t clientLimit = 256;
     // How much is kept of requests that are not answered yet, and of answers that are not read yet,
     // from all clients together, in bytes.
@@ -73,6 +74,7 @@ class CommandServer final : private ClientSession::Owner {
     ClientSession * find( U64 number ) const;
 
     int listener_;
+    const std::size_t mostClients_;
     EventLoop & loop_;
     Answerer answerer_;
     EventLoop::Watch watch_;
