@@ -44,21 +44,24 @@ bool KeptDocument::present() const {
 }
 
 std::string KeptDocument::text() const {
-    const FileDescriptor fd(
-        open( file_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY ) );
-    if ( !fd && errno == ENOENT ) {
+    const std::string what = "the kept document " + file_ + " is not used";
+    const auto trust = [&what]( const struct stat & found ) {
+        if ( !S_ISREG( found.st_mode ) ) {
+            refuse( what, "it is no regular file" );
+        }
+        if ( found.st_uid != geteuid() || ( found.st_mode & ( S_IWGRP | S_IWOTH ) ) != 0 ) {
+            refuse( what, "it belongs to somebody else, or others may write to it" );
+        }
+    };
+    struct stat found {};
+    if ( lstat( file_.c_str(), &found ) != 0 && errno == ENOENT ) {
         return {};
     }
-    const std::string what = "the kept document " + file_ + " is not used";
-    check( static_cast<bool>( fd ), what );
-    struct stat found {};
-    check( fstat( fd.get(), &found ) == 0, what );
-    if ( !S_ISREG( found.st_mode ) ) {
-        refuse( what, "it is no regular file" );
-    }
-    if ( found.st_uid != geteuid() || ( found.st_mode & ( S_IWGRP | S_IWOTH ) ) != 0 ) {
-        refuse( what, "it belongs to somebody else, or others may write to it" );
-    }
+    trust( found ); // before it is opened, since that may do something to what is no file
+    const FileDescriptor fd(
+        open( file_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY ) );
+    check( fd && fstat( fd.get(), &found ) == 0, what );
+    trust( found );
     return readText( fd.get(), file_ );
 }
 

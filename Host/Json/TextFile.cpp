@@ -36,17 +36,20 @@ std::string readTextFile( const std::string & file ) {
     if ( file.find( '\0' ) != std::string::npos ) {
         refuse( file, std::strerror( ENOENT ) );
     }
-    // Anything else than a regular file would be opened without waiting, but not be read.
-    const FileDescriptor fd( open( file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY ) );
+    // Opening anything else than a regular file may wait, or do something to whoever is behind it.
+    // If it becomes something else in between, at least nothing waits.
+    const auto check = [&file]( int result, const struct stat & found ) {
+        if ( result != 0 ) {
+            refuse( file, std::strerror( errno ) );
+        }
+        if ( !S_ISREG( found.st_mode ) ) {
+            refuse( file, "it is " + kindOf( found.st_mode ) + ", and must be a regular file" );
+        }
+    };
     struct stat found {};
-    const int error = errno;
-    const bool known = fd ? fstat( fd.get(), &found ) == 0 : stat( file.c_str(), &found ) == 0;
-    if ( known && !S_ISREG( found.st_mode ) ) {
-        refuse( file, "it is " + kindOf( found.st_mode ) + ", and must be a regular file" );
-    }
-    if ( !fd ) {
-        refuse( file, std::strerror( error ) );
-    }
+    check( stat( file.c_str(), &found ), found );
+    const FileDescriptor fd( open( file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY ) );
+    check( fd ? fstat( fd.get(), &found ) : -1, found );
     return readText( fd.get(), file );
 }
 
