@@ -20,6 +20,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <exception>
+#include <stdexcept>
 #include <sys/epoll.h>
 
 namespace KelHost {
@@ -107,7 +108,9 @@ class Agent {
           timer_( frame.loop ),
           runtime_( activityManager_, startDocument( start.refusal ) ),
           changes_( runtime_, frame.loop, frame.worker ),
-          service_( runtime_, changes_, frame.options.config, frame.kept, log_, notify_ ),
+          service_(
+              runtime_, changes_, frame.options.config,
+              [this]( const std::string & text ) { keep( text ); }, log_, notify_ ),
           server_( socket_.fd(), frame.loop,
                    [this]( Request request, const CommandServer::Reply & reply ) {
                        service_.answer( std::move( request ), reply );
@@ -145,7 +148,7 @@ class Agent {
         server_.flush();
         if ( frame_.orphaned() ) {
             log_.error( "the supervisor is gone; the next start is a warm restart" );
-        } else {
+        } else if ( socket_.holdsPath() ) {
             frame_.warmRestart.forget();
             frame_.kept.forget();
         }
@@ -170,35 +173,51 @@ class Agent {
         return config_.document;
     }
 
+    // Beside the loop.
+    void keep( const std::string & text ) const {
+        if ( !socket_.holdsPath() ) {
+            throw std::runtime_error( "cannot keep the document in " + frame_.kept.file() +
+                                      ": another agent has taken the place" );
+        }
+        frame_.kept.textIs( text );
+    }
+
     // The agent is ready when it would come up again, too.
     void announce() {
-        const auto keep = [this] {
+        const auto keepIt = [this] {
             if ( config_.file != frame_.kept.file() ) {
-                frame_.kept.textIs( config_.text );
+                keep( config_.text );
             }
         };
-        changes_.add( { nullptr, keep, [this]( const std::string &, const std::string & trouble ) {
-                           if ( !trouble.empty() ) {
-                               log_.error( trouble );
-                           }
-                           reportStart( log_, runtime_, config_.file, frame_.options );
-                           notify_.ready( programmedText( runtime_ ) );
-                           service_.textIs( std::move( config_.text ) );
-                           config_ = {};
-                       } } );
+        changes_.add(
+            { nullptr, keepIt, [this]( const std::string &, const std::string & trouble ) {
+                 if ( !trouble.empty() ) {
+                     log_.error( trouble );
+                 }
+                 reportStart( log_, runtime_, config_.file, frame_.options );
+                 notify_.ready( programmedText( runtime_ ) );
+                 service_.textIs( std::move( config_.text ) );
+                 config_ = {};
+             } } );
     }
 
     // Nothing in here waits: standard error does not.
+    void noteWarmRestart() const {
+        if ( socket_.holdsPath() ) {
+            frame_.warmRestart.note();
+        }
+    }
+
     static void handleAbort() {
         if ( aborting_ != nullptr ) {
-            aborting_->frame_.warmRestart.note();
+            aborting_->noteWarmRestart();
             aborting_->log_.close();
         }
         writeRingTrace();
     }
 
     [[noreturn]] void handleExit( int status ) {
-        frame_.warmRestart.note();
+        noteWarmRestart();
         log_.error( "the switch software ended itself with status " + std::to_string( status ) +
                     "; the next start is a warm restart" );
         notify_.stopping();

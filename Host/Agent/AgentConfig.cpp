@@ -23,11 +23,9 @@ StartConfig readStartConfig( const std::string & file, const KeptDocument & kept
         return { readConfig( file ), "" };
     } catch ( const DocumentError & error ) {
         const std::string why = error.what();
-        std::string text;
         try {
-            text = kept.text();
-            if ( !text.empty() ) {
-                return { decodedConfig( kept.file(), std::move( text ) ), why };
+            if ( std::optional<std::string> text = kept.text() ) {
+                return { decodedConfig( kept.file(), std::move( *text ) ), why };
             }
         } catch ( const std::exception & keptError ) {
             throw DocumentError( bounded( why + "; " + keptError.what() ) );

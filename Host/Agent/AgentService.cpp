@@ -24,12 +24,11 @@ Answer refused( std::string text ) { return { AnswerStatus::refused, std::move( 
 } // namespace
 
 AgentService::AgentService( SwitchRuntime & runtime, DocumentChanges & changes, std::string file,
-                            const KeptDocument & kept, const AgentLog & log,
-                            const SystemdNotify & notify )
+                            Keep keep, const AgentLog & log, const SystemdNotify & notify )
     : runtime_( runtime ),
       changes_( changes ),
       file_( std::move( file ) ),
-      kept_( kept ),
+      keep_( std::move( keep ) ),
       log_( log ),
       notify_( notify ) {}
 
@@ -109,7 +108,7 @@ void AgentService::reload( Reply reply ) {
         reply( reloaded( refusal, trouble ) );
     };
     notify_.reloading();
-    changes_.add( { prepare, [this, config] { kept_.textIs( config->text ); }, done } );
+    changes_.add( { prepare, [this, config] { keep_( config->text ); }, done } );
 }
 
 Answer AgentService::reloaded( const std::string & refusal, const std::string & trouble ) {

@@ -2,7 +2,6 @@
 
 #include "Host/Agent/AgentLog.h"
 #include "Host/Agent/DocumentChanges.h"
-#include "Host/Agent/KeptDocument.h"
 #include "Host/Agent/Protocol.h"
 #include "Host/Agent/SystemdNotify.h"
 
@@ -17,9 +16,13 @@ class AgentService {
   public:
     using Reply = std::function<void( Answer )>;
 
-    // `file` is read again by a reload. The other arguments must outlive this.
-    AgentService( SwitchRuntime & runtime, DocumentChanges & changes, std::string file,
-                  const KeptDocument & kept, const AgentLog & log, const SystemdNotify & notify );
+    // Keeps the text of a document that was applied. Called beside the loop; throws when that
+    // fails.
+    using Keep = std::function<void( const std::string & text )>;
+
+    // `file` is read again by a reload. The references must outlive this.
+    AgentService( SwitchRuntime & runtime, DocumentChanges & changes, std::string file, Keep keep,
+                  const AgentLog & log, const SystemdNotify & notify );
 
     // The text of the document that runs: a reload of the same text has nothing to decode.
     void textIs( std::string text );
@@ -45,7 +48,7 @@ class AgentService {
     SwitchRuntime & runtime_;
     DocumentChanges & changes_;
     std::string file_;
-    const KeptDocument & kept_;
+    Keep keep_;
     const AgentLog & log_;
     const SystemdNotify & notify_;
     // Empty when it is too large to be worth keeping. While a change is being prepared beside the

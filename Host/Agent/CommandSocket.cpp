@@ -102,9 +102,11 @@ FileDescriptor listening( const std::string & path ) {
 PathClaim::PathClaim( const std::string & path )
     : name_( path + ".lock" ), lock_( locked( path, name_ ) ) {}
 
+bool PathClaim::holds() const { return lock_ && identityOf( lock_.get() ) == identityOf( name_ ); }
+
 void PathClaim::release() {
     if ( lock_ ) {
-        if ( identityOf( lock_.get() ) == identityOf( name_ ) ) {
+        if ( holds() ) {
             (void)unlink( name_.c_str() ); // while it is locked
         }
         lock_ = FileDescriptor();

@@ -26,6 +26,9 @@ class PathClaim {
     PathClaim( const PathClaim & ) = delete;
     PathClaim & operator=( const PathClaim & ) = delete;
 
+    // Whether the path is still this process's: nobody has taken the file away.
+    bool holds() const;
+
     // Gives the path up and removes the file, as destruction does.
     void release();
 
@@ -48,6 +51,10 @@ class CommandSocket {
     const std::string & path() const { return path_; }
     // Listening, and non-blocking.
     int fd() const { return listener_.get(); }
+
+    // Whether what lies beside the socket is still this agent's, and not another one's that was
+    // started after somebody took the lock file away.
+    bool holdsPath() const { return claim_.holds(); }
 
     // Stops listening and gives up the path, as destruction does. A socket that somebody else has
     // put there since stays.

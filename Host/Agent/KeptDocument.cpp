@@ -43,7 +43,7 @@ bool KeptDocument::present() const {
            found.st_uid == geteuid();
 }
 
-std::string KeptDocument::text() const {
+std::optional<std::string> KeptDocument::text() const {
     const std::string what = "the kept document " + file_ + " is not used";
     const auto trust = [&what]( const struct stat & found ) {
         if ( !S_ISREG( found.st_mode ) ) {
@@ -55,7 +55,7 @@ std::string KeptDocument::text() const {
     };
     struct stat found {};
     if ( lstat( file_.c_str(), &found ) != 0 && errno == ENOENT ) {
-        return {};
+        return std::nullopt;
     }
     trust( found ); // before it is opened, since that may do something to what is no file
     const FileDescriptor fd(

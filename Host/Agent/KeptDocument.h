@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace KelHost {
@@ -17,10 +18,10 @@ class KeptDocument {
     // Whether there is one: then the last agent in this place was not stopped.
     bool present() const;
 
-    // The document; empty when there is none. Throws std::runtime_error, with a text for the user,
-    // when the file is not to be trusted: when it is no regular file, or one that somebody else
-    // owns or may write to.
-    std::string text() const;
+    // The document; nothing when there is none. Throws std::runtime_error, with a text for the
+    // user, when the file is not to be trusted: when it is no regular file, or one that somebody
+    // else owns or may write to.
+    std::optional<std::string> text() const;
 
     // Replaces the document. The present one stays until the new one is on the disk whole. Throws
     // std::runtime_error, with a text for the user, when it cannot be written; what was there is

@@ -243,7 +243,11 @@ TEST_F( AgentNight, leavesTheSocketOfAnotherAgentAlone ) {
     std::filesystem::remove( socket + ".lock" );
     AgentProcess second( config(), socket );
     second.ready();
+    EXPECT_TRUE( contains( first.ask( { "reload" } ).out, "reloaded" ) ); // answered by the second
+    first.process().signal( SIGHUP );
+    EXPECT_TRUE( contains( first.logUpTo( "cannot keep" ), "another agent has taken the place" ) );
     EXPECT_EQ( first.stop(), 0 );
+    EXPECT_TRUE( std::filesystem::exists( socket + ".json" ) );
     EXPECT_EQ( minimum( second ), "1000" );
     EXPECT_EQ( second.stop(), 0 );
 }
