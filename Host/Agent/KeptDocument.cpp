@@ -66,6 +66,11 @@ std::optional<std::string> KeptDocument::text() const {
 }
 
 bool KeptDocument::isKept( const std::string & document ) const {
+    struct stat found {};
+    if ( lstat( file_.c_str(), &found ) != 0 ||
+         found.st_size != static_cast<off_t>( document.size() ) ) {
+        return false;
+    }
     try {
         return text() == document;
     } catch ( const std::runtime_error & ) {
