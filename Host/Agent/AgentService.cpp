@@ -78,8 +78,14 @@ Answer AgentService::command( const std::string & text ) const {
     }
     const AnswerFile output;
     runtime_.deliver( request, output.fd() );
-    return verdict == Verdict::answered ? Answer{ AnswerStatus::done, output.text() }
-                                        : refused( bounded( output.text() ) );
+    std::string answer = output.text();
+    if ( verdict == Verdict::answered ) {
+        return { AnswerStatus::done, std::move( answer ) };
+    }
+    if ( answer.ends_with( '\n' ) ) {
+        answer.pop_back();
+    }
+    return refused( bounded( answer ) + '\n' ); // it quotes what was asked
 }
 
 void AgentService::reload( Reply reply ) {

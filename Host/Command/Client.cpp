@@ -122,8 +122,11 @@ int runClient( const std::vector<std::string> & socketPaths, const Request & req
     if ( answer.status == AnswerStatus::done ) {
         return write( answer.text ) ? EXIT_SUCCESS : EXIT_FAILURE;
     }
-    const bool endsLine = !answer.text.empty() && answer.text.back() == '\n';
-    std::fprintf( stderr, "%s%s", answer.text.c_str(), endsLine ? "" : "\n" );
+    std::string_view why = answer.text;
+    if ( why.ends_with( '\n' ) ) {
+        why.remove_suffix( 1 );
+    }
+    std::fprintf( stderr, "%s\n", bounded( why ).c_str() );
     return EXIT_FAILURE;
 }
 

@@ -48,7 +48,9 @@ std::string escaped( const char * prefix, std::uint32_t code, int digits ) {
     return text;
 }
 
-std::string shown( std::string_view text, std::size_t most, std::string_view kept ) {
+} // namespace
+
+std::string shown( std::string_view text, std::size_t most ) {
     std::string result;
     std::size_t fits = 0; // the part of the result behind which "..." still has room
     while ( !text.empty() ) {
@@ -56,7 +58,7 @@ std::string shown( std::string_view text, std::size_t most, std::string_view kep
         const std::string_view piece = text.substr( 0, character.size );
         if ( !character.valid ) {
             result += escaped( "\\x", character.code, 2 );
-        } else if ( isControl( character.code ) && kept.find( piece ) == std::string_view::npos ) {
+        } else if ( isControl( character.code ) ) {
             result += escaped( "\\u", character.code, 4 );
         } else {
             result += piece;
@@ -72,10 +74,6 @@ std::string shown( std::string_view text, std::size_t most, std::string_view kep
     return result;
 }
 
-} // namespace
-
-std::string shown( std::string_view text, std::size_t most ) { return shown( text, most, "" ); }
-
-std::string bounded( std::string_view message ) { return shown( message, messageLimit, "\n\t" ); }
+std::string bounded( std::string_view message ) { return shown( message, messageLimit ); }
 
 } // namespace KelHost

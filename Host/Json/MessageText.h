@@ -16,8 +16,7 @@ inline constexpr std::size_t messageLimit = 1000;
 // cut.
 std::string shown( std::string_view text, std::size_t most );
 
-// A whole message of several lines: line ends and tabs stay, it is otherwise shown() with the
-// message's limit.
+// A whole message, on one line, in messageLimit bytes at most.
 std::string bounded( std::string_view message );
 
 } // namespace KelHost

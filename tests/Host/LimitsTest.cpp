@@ -113,7 +113,7 @@ TEST( Limits, aNameIsEscapedAndNeverCutInsideACharacter ) {
                "\\xed\\xa0\\x80\\xc0\\xaf\\xe2\\x82" ); // a surrogate, too long, too short
     EXPECT_EQ( shown( "sixteen of these", 16 ), "sixteen of these" );
     EXPECT_EQ( shown( "seventeen of them", 16 ), "seventeen of ..." );
-    EXPECT_EQ( bounded( "two\nlines\x07" ), "two\nlines\\u0007" );
+    EXPECT_EQ( bounded( "two\nlines\x07" ), "two\\u000alines\\u0007" );
 }
 
 TEST( Limits, aFileIsRegularAndHas16MiB ) {
