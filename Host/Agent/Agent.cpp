@@ -138,11 +138,11 @@ class Agent {
 
     void run( ChipAccess & chip ) {
         runtime_.start( chip );
-        announce();
-        while ( !frame_.stopping ) {
-            timer_.dueIs( activityManager_.scheduler().nextDue() );
-            beat_.onIs( server_.clients() != 0 || log_.hasMore() );
-            frame_.loop.wait();
+        try {
+            serve();
+        } catch ( const std::exception & error ) {
+            // It runs: to end as one that refused to start would keep it from coming back.
+            KEL_FAILED( "no exception leaves the loop", error.what() );
         }
         notify_.stopping();
         server_.flush();
@@ -171,6 +171,15 @@ class Agent {
             log_.info( "warm restart: the counter stores are empty" );
         }
         return config_.document;
+    }
+
+    void serve() {
+        announce();
+        while ( !frame_.stopping ) {
+            timer_.dueIs( activityManager_.scheduler().nextDue() );
+            beat_.onIs( server_.clients() != 0 || log_.hasMore() );
+            frame_.loop.wait();
+        }
     }
 
     // Beside the loop.

@@ -2,6 +2,7 @@
 
 #include "Host/Document/SwitchDocumentDecoder.h"
 #include "Host/Json/JsonReader.h"
+#include "Host/Json/JsonTree.h"
 #include "Host/Json/MessageText.h"
 #include "Host/Json/TextFile.h"
 
@@ -10,7 +11,8 @@
 namespace KelHost {
 
 AgentConfig decodedConfig( const std::string & file, std::string text ) {
-    SwitchDocument document = decodeSwitchDocument( readJson( text, file ), { .file = file } );
+    const JsonTree tree{ readJson( text, file ) };
+    SwitchDocument document = decodeSwitchDocument( tree.root, { .file = file } );
     return { file, std::move( text ), std::move( document ) };
 }
 

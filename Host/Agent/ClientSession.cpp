@@ -25,11 +25,7 @@ ClientSession::ClientSession( U64 number, FileDescriptor socket, EventLoop & loo
 
 void ClientSession::handleEvents( U32 events ) {
     if ( state_ == State::reading ) {
-        try {
-            receive();
-        } catch ( const std::bad_alloc & ) {
-            owner_.ended( *this ); // there is no room for its request
-        }
+        receive();
         return;
     }
     const bool gone = ( events & ( EPOLLERR | EPOLLHUP ) ) != 0;
@@ -38,8 +34,16 @@ void ClientSession::handleEvents( U32 events ) {
     }
 }
 
-// One piece at a time, so that a client with much to send leaves room for the others.
 void ClientSession::receive() {
+    try {
+        receivePiece();
+    } catch ( const std::bad_alloc & ) {
+        owner_.ended( *this ); // there is no room for its request
+    }
+}
+
+// One piece at a time, so that a client with much to send leaves room for the others.
+void ClientSession::receivePiece() {
     char piece[pieceBytes];
     const ssize_t count = recv( socket_.get(), piece, sizeof piece, 0 );
     if ( count > 0 ) {

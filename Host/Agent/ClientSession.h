@@ -61,6 +61,7 @@ class ClientSession {
 
   private:
     void handleEvents( U32 events );
+    void receivePiece();
     void handleRequest( RequestReader::State state );
     // Returns false when the client is gone.
     bool send();

@@ -64,9 +64,8 @@ void CommandServer::accept() {
                     number,
                     std::make_unique<ClientSession>( number, std::move( socket ), loop_, owner ) );
                 added.first->second->receive(); // most have spoken by now
-            } catch ( const std::system_error & ) {
-                // The system cannot watch one more descriptor: the client sees the connection
-                // close.
+            } catch ( const std::exception & ) {
+                // The system has no room for one more: the client sees the connection close.
             }
         } else if ( errno != EINTR && errno != ECONNABORTED ) {
             return;

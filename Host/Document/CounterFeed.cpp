@@ -2,6 +2,7 @@
 
 #include "Host/Document/SwitchDocumentDecoder.h"
 #include "Host/Json/JsonReader.h"
+#include "Host/Json/JsonTree.h"
 
 #include <utility>
 
@@ -12,7 +13,7 @@ namespace {
 constexpr const char * countersMember = "counters";
 
 // A feed may be a patch of the counters, or of a document that has nothing else.
-Json countersPatch( Json patch, const DocumentPlace & place ) {
+const Json & countersPatch( const Json & patch, const DocumentPlace & place ) {
     if ( !patch.is_object() ) {
         place.refuse( "", "must be an object: a merge patch of the counters" );
     }
@@ -24,12 +25,12 @@ Json countersPatch( Json patch, const DocumentPlace & place ) {
         place.refuse( "", "must have no other member beside \"counters\"; the configuration is "
                           "changed by a reload" );
     }
-    return std::move( *counters );
+    return *counters;
 }
 
 // As a document has them. What a counter's entry leaves out is 0.
-Json encoded( const PipeCounters & counters ) {
-    Json pipe = Json::object();
+void encode( const PipeCounters & counters, Json & pipe ) {
+    pipe = Json::object();
     for ( const auto & [index, ppg] : counters.ppg ) {
         pipe["ppg"][std::to_string( index )] = { { "minUsage", ppg.minUsage },
                                                  { "sharedUsage", ppg.sharedUsage },
@@ -46,7 +47,6 @@ Json encoded( const PipeCounters & counters ) {
                 { "name", counter.name }, { "type", counter.type }, { "value", counter.value } };
         }
     }
-    return pipe;
 }
 
 } // namespace
@@ -57,16 +57,17 @@ CounterStore fedCounters( const CounterStore & counters, std::string_view patch,
     if ( patch.size() > feedLimit ) {
         place.refuse( "", "must have 4 MiB at most" );
     }
-    const Json changes = countersPatch( readJson( patch, name ), place );
-    Json document = Json::object();
-    Json & merged = document[countersMember] = Json::object();
+    const JsonTree tree{ readJson( patch, name ) };
+    const Json & changes = countersPatch( tree.root, place );
+    JsonTree document{ Json::object() };
+    Json & merged = document.root[countersMember] = Json::object();
     CounterStore untouched;
     for ( const auto & [pipe, present] : counters ) {
         const std::string key = std::to_string( pipe );
         if ( changes.is_object() && !changes.contains( key ) ) {
             untouched.emplace( pipe, present );
         } else {
-            merged[key] = encoded( present );
+            encode( present, merged[key] );
         }
     }
     merged.merge_patch( changes );
@@ -74,7 +75,7 @@ CounterStore fedCounters( const CounterStore & counters, std::string_view patch,
         return {}; // the patch of a document removed the member
     }
     place.afterPatch = true;
-    CounterStore result = decodeSwitchDocument( document, place ).counters;
+    CounterStore result = decodeSwitchDocument( document.root, place ).counters;
     result.merge( untouched );
     return result;
 }

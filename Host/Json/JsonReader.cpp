@@ -1,6 +1,7 @@
 #include "Host/Json/JsonReader.h"
 
 #include "Host/Json/DocumentError.h"
+#include "Host/Json/JsonTree.h"
 #include "Host/Json/MessageText.h"
 #include "Platform/Framework/Types.h"
 
@@ -65,8 +66,9 @@ class TreeBuilder : public nlohmann::json_sax<Json> {
     TreeBuilder( std::string_view text, const std::string & file )
         : text_( text ), place_{ .file = file } {}
 
-    Json root;
     std::string error;
+
+    Json takeRoot() { return std::move( tree_.root ); }
 
     // Returns whether the text was well-formed and within the limits; if not, `error` says why.
     bool parse() {
@@ -115,7 +117,7 @@ class TreeBuilder : public nlohmann::json_sax<Json> {
     // to open containers stay valid.
     Json & next() {
         if ( levels_.empty() ) {
-            return root;
+            return tree_.root;
         }
         const Level & level = levels_.back();
         if ( level.member != nullptr ) {
@@ -169,6 +171,7 @@ class TreeBuilder : public nlohmann::json_sax<Json> {
 
     std::string_view text_;
     DocumentPlace place_;
+    JsonTree tree_;
     std::vector<Level> levels_;
     std::size_t values_ = 0;
     std::size_t skipped_ = 0; // characters that the parser did not see
@@ -242,7 +245,7 @@ Json readJson( std::string_view text, const std::string & file ) {
     if ( const std::size_t nullByte = text.find( '\0' ); nullByte != std::string_view::npos ) {
         throw DocumentError( builder.syntaxError( nullByte, "unexpected null byte" ) );
     }
-    return std::move( builder.root );
+    return builder.takeRoot();
 }
 
 } // namespace KelHost

@@ -4,6 +4,7 @@
 #include "Host/Document/SwitchDocumentDecoder.h"
 #include "Host/Json/JsonDecode.h"
 #include "Host/Json/JsonReader.h"
+#include "Host/Json/JsonTree.h"
 #include "Host/Json/TextFile.h"
 
 #include <algorithm>
@@ -72,7 +73,7 @@ class ScenarioReader {
         : place_{ .file = file }, faultCalls_( faultCalls ) {}
 
     // What has been read is taken out of the tree at once: a large one makes room for the scenario.
-    Scenario read( Json root ) {
+    Scenario read( Json & root ) {
         const JsonCursor cursor( root, place_ );
         Members members;
         Decode::object( cursor, members, memberRules );
@@ -97,7 +98,7 @@ class ScenarioReader {
             Json & array = root["steps"];
             for ( std::size_t i = 0; i < array.size(); ++i ) {
                 scenario.steps.push_back( readStep( steps.element( array, i ) ) );
-                array[i] = nullptr;
+                dismantle( array[i] );
             }
         }
         return scenario;
@@ -121,16 +122,16 @@ class ScenarioReader {
             }
             const std::filesystem::path folder = std::filesystem::path( place_.file ).parent_path();
             const std::string file = ( folder / *path ).string();
-            tree_ = readJson( readIncluded( cursor, file ), file );
-            document_ = decodeSwitchDocument( tree_, { .file = file } );
+            tree_.root = readJson( readIncluded( cursor, file ), file );
+            document_ = decodeSwitchDocument( tree_.root, { .file = file } );
             return;
         }
         if ( !cursor.value().is_object() ) {
             cursor.refuse( "must be a switch document or the path of one" );
         }
-        tree_ = std::move( config );
+        tree_.root = std::move( config );
         document_ =
-            decodeSwitchDocument( tree_, { .file = place_.file, .root = cursor.pointer() } );
+            decodeSwitchDocument( tree_.root, { .file = place_.file, .root = cursor.pointer() } );
     }
 
     static std::string readIncluded( const JsonCursor & cursor, const std::string & file ) {
@@ -188,8 +189,8 @@ class ScenarioReader {
     ScenarioStep readPatch( const JsonCursor & cursor ) {
         const DocumentPlace place{
             .file = place_.file, .root = cursor.parent().pointer(), .afterPatch = true };
-        tree_.merge_patch( cursor.value() );
-        SwitchDocument next = decodeSwitchDocument( tree_, place );
+        tree_.root.merge_patch( cursor.value() );
+        SwitchDocument next = decodeSwitchDocument( tree_.root, place );
         checkTransition( document_, next, place );
         DocumentDifference difference = differenceOf( document_, next );
         document_ = std::move( next );
@@ -228,7 +229,7 @@ class ScenarioReader {
     DocumentPlace place_;
     std::span<const FaultCall> faultCalls_;
     // The current document at the step that is being read: as it was written, and decoded.
-    Json tree_;
+    JsonTree tree_;
     SwitchDocument document_;
 };
 
@@ -250,12 +251,12 @@ bool isScenario( const Json & root ) {
 
 Scenario readScenarioFile( const std::string & file, std::span<const FaultCall> faultCalls ) {
     const std::string name = inputName( file );
-    Json root = readJson( readInput( file ), name );
-    if ( isScenario( root ) ) {
-        return ScenarioReader( name, faultCalls ).read( std::move( root ) );
+    JsonTree tree{ readJson( readInput( file ), name ) };
+    if ( isScenario( tree.root ) ) {
+        return ScenarioReader( name, faultCalls ).read( tree.root );
     }
     Scenario scenario;
-    scenario.start = decodeSwitchDocument( root, { .file = name } );
+    scenario.start = decodeSwitchDocument( tree.root, { .file = name } );
     return scenario;
 }
 

@@ -1,6 +1,8 @@
 #include "tests/Host/ProcessHelpers.h"
 
 #include <fstream>
+#include <set>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace KelHost;
@@ -53,13 +55,17 @@ class AgentNight : public testing::Test {
         return runKelqos(
             { "agent", "--config", file( "switch.json" ), "--socket", socket, "--foreground" } );
     }
-    // Of the process that has the socket, in MiB.
-    long memory( const char * what ) const {
+    // The process that has the socket.
+    pid_t pid() const {
         const FileDescriptor client = connection();
         ucred peer{};
         socklen_t size = sizeof peer;
         EXPECT_EQ( getsockopt( client.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size ), 0 );
-        std::ifstream status( "/proc/" + std::to_string( peer.pid ) + "/status" );
+        return peer.pid;
+    }
+    // Its memory, in MiB.
+    long memory( const char * what ) const {
+        std::ifstream status( "/proc/" + std::to_string( pid() ) + "/status" );
         for ( std::string line; std::getline( status, line ); ) {
             if ( line.starts_with( what ) ) {
                 return std::stol( line.substr( line.find( ':' ) + 1 ) ) / 1024;
@@ -102,6 +108,23 @@ TEST_F( AgentNight, answersWhileItReadsMuch ) {
 #endif
     EXPECT_EQ( agent.stop(), 0 );
 }
+
+#ifndef __SANITIZE_ADDRESS__
+TEST_F( AgentNight, refusesWhatThereIsNoMemoryFor ) {
+    AgentProcess agent( config(), socket );
+    agent.ready();
+    const std::string feed = folder.write( "feed.json", largeFeed() );
+    std::set<std::string> complaints;
+    for ( rlim_t more = 12; more < 128; more += 10 ) { // MiB
+        rlimit limit{ ( static_cast<rlim_t>( memory( "VmSize" ) ) + more ) << 20, RLIM_INFINITY };
+        EXPECT_EQ( prlimit( pid(), RLIMIT_AS, &limit, nullptr ), 0 );
+        complaints.insert( agent.ask( { "feed", feed } ).err );
+        EXPECT_EQ( minimum( agent ), "1000" );
+    }
+    EXPECT_EQ( complaints, ( std::set<std::string>{ "", "out of memory\n" } ) );
+    EXPECT_EQ( agent.stop(), 0 );
+}
+#endif
 
 TEST_F( AgentNight, readsRegularFilesOnly ) {
     ASSERT_EQ( mkfifo( file( "fifo" ).c_str(), 0600 ), 0 );
@@ -188,11 +211,7 @@ TEST_F( AgentNight, comesUpWithTheDocumentThatWasAppliedLast ) {
     {
         AgentProcess agent( file( "switch.json" ), socket, { "--supervise" } );
         agent.ready();
-        const FileDescriptor client = connection();
-        ucred child{};
-        socklen_t size = sizeof child;
-        EXPECT_EQ( getsockopt( client.get(), SOL_SOCKET, SO_PEERCRED, &child, &size ), 0 );
-        kill( child.pid, SIGKILL );
+        kill( pid(), SIGKILL );
         EXPECT_TRUE( contains( agent.ready().ask( showBuf ).out, "cell count: 2000\n" ) );
         // An agent whose supervisor is killed has not been told to stop.
         agent.process().signal( SIGKILL );
