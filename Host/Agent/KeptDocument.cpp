@@ -1,5 +1,6 @@
 #include "Host/Agent/KeptDocument.h"
 
+#include "Host/Agent/OwnFile.h"
 #include "Host/Json/FileDescriptor.h"
 #include "Host/Json/TextFile.h"
 
@@ -37,11 +38,7 @@ bool writeAll( int fd, std::string_view text ) {
 
 } // namespace
 
-bool KeptDocument::present() const {
-    struct stat found {};
-    return lstat( file_.c_str(), &found ) == 0 && S_ISREG( found.st_mode ) &&
-           found.st_uid == geteuid();
-}
+bool KeptDocument::present() const { return isOwn( file_, S_IFREG ); }
 
 std::optional<std::string> KeptDocument::text() const {
     const std::string what = "the kept document " + file_ + " is not used";

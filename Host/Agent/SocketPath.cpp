@@ -1,10 +1,10 @@
 #include "Host/Agent/SocketPath.h"
 
+#include "Host/Agent/OwnFile.h"
 #include "Host/Agent/UnixSocket.h"
 
 #include <cstdlib>
 #include <stdexcept>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace KelHost {
@@ -18,10 +18,8 @@ std::string socketIn( const std::string & folder ) { return folder + "/agent.soc
 std::string temporaryFolder() { return "/tmp/kelqos-" + std::to_string( geteuid() ); }
 
 // A folder in /tmp may have been put there by somebody who wants to answer in the agent's place.
-bool isOwnFolder( const std::string & folder ) {
-    struct stat found {};
-    return lstat( folder.c_str(), &found ) == 0 && S_ISDIR( found.st_mode ) &&
-           found.st_uid == geteuid();
+bool isTrusted( const std::string & folder ) {
+    return folder != temporaryFolder() || isOwn( folder, S_IFDIR );
 }
 
 std::vector<std::string> folders() {
@@ -37,8 +35,7 @@ std::vector<std::string> folders() {
 bool isUsable( const std::string & folder ) {
     // Everybody may look into the system's folder, and only the owner into the others.
     (void)mkdir( folder.c_str(), folder == systemFolder ? 0755 : 0700 ); // it may be there
-    return access( folder.c_str(), W_OK | X_OK ) == 0 &&
-           ( folder != temporaryFolder() || isOwnFolder( folder ) );
+    return access( folder.c_str(), W_OK | X_OK ) == 0 && isTrusted( folder );
 }
 
 } // namespace
@@ -46,7 +43,7 @@ bool isUsable( const std::string & folder ) {
 std::vector<std::string> usualSocketPaths() {
     std::vector<std::string> paths;
     for ( const std::string & folder : folders() ) {
-        if ( folder != temporaryFolder() || isOwnFolder( folder ) ) {
+        if ( isTrusted( folder ) ) {
             paths.push_back( socketIn( folder ) );
         }
     }

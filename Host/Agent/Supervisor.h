@@ -7,8 +7,8 @@
 namespace KelHost {
 
 // Runs an agent in a child process, and again whenever it ends on its own: by the library's orderly
-// exit, by an abort, or by a signal. After five ends within a
-// minute it gives up. SIGTERM, SIGINT and SIGHUP are passed on to the agent.
+// exit, by an abort, or by a signal. After five ends within a minute it gives up. SIGTERM, SIGINT
+// and SIGHUP are passed on to the agent.
 //
 // `agent` runs the agent and returns its exit status. In the child process this function returns
 // (or throws) what `agent` does. In the parent it returns the supervisor's exit status: 0 when it

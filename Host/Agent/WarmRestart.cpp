@@ -1,17 +1,13 @@
 #include "Host/Agent/WarmRestart.h"
 
+#include "Host/Agent/OwnFile.h"
 #include "Host/Json/FileDescriptor.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 namespace KelHost {
 
-bool WarmRestart::noted() const {
-    struct stat found {};
-    return lstat( file_.c_str(), &found ) == 0 && S_ISREG( found.st_mode ) &&
-           found.st_uid == geteuid();
-}
+bool WarmRestart::noted() const { return isOwn( file_, S_IFREG ); }
 
 void WarmRestart::note() const {
     FileDescriptor(

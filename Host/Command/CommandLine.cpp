@@ -92,8 +92,8 @@ int runCommandLine( int argc, const char * const * argv, ChipAccess & chip ) {
             return report( refused, unknown );
         }
         if ( error.get_exit_code() != 0 ) {
-            return report( refused,
-                           bounded( error.what() ) + "\nRun with --help for more information." );
+            const std::string hint = "\nRun with --help for more information.";
+            return report( refused, shown( error.what(), messageLimit - hint.size() ) + hint );
         }
         program.exit( error ); // writes what was asked for
         return std::cout.flush() ? done
