@@ -117,15 +117,15 @@ class KelSliceQosSm : public Kel::Entity {
     U32 totalCellsAvailableForIngress() const;
     // Number of priority groups that map at least one class, and their guaranteed minimums.
     U32 numPpgsAllocated() const { return figures().counted.numPpgs; }
-    U32 ppgMinCellCount() const { return figures().counted.ppgMinCells; }
+    U32 ppgMinCellCount() const { return figures().ppgMinCells(); }
     // Reserved for what still arrives after pause has been sent.
-    U32 globalHeadroomCellCount() const { return figures().counted.headroomCells; }
+    U32 globalHeadroomCellCount() const { return figures().headroomCells(); }
     U32 totalIngressReservedCellCount() const { return figures().ingress.reservedCells; }
     // What is left to share among the priority groups.
     S32 ingressSharedPoolCellCount() const { return figures().ingress.sharedCells; }
     // Number of transmit queues, and their guaranteed minimums.
     U32 numTxQsAllocated() const { return figures().counted.numTxQs; }
-    U32 txQMinCellCount() const { return figures().counted.txQMinCells; }
+    U32 txQMinCellCount() const { return figures().txQMinCells(); }
     U32 totalEgressReservedCellCount() const { return figures().egress.reservedCells; }
     // What is left to share among the queues.
     S32 egressSharedPoolCellCount() const { return figures().egress.sharedCells; }

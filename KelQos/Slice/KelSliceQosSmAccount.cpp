@@ -9,9 +9,36 @@ using KelPortTypes::PortIndex;
 namespace {
 
 // Two jumbo packets may still be on their way before the far end of a link obeys a pause.
-constexpr U32 headroomCells = 2 * TmConfigConstants::tofinoJumboPktCells();
+constexpr U64 pauseHeadroom = 2 * TmConfigConstants::tofinoJumboPktCells();
 
 } // namespace
+
+Reservation Reservation::ofPort( FlowControlType flowControl ) {
+    return { .headroomCells = flowControl == flowControlTypeLinkPause ? pauseHeadroom : 0 };
+}
+
+Reservation Reservation::ofPpg( FlowControlType flowControl, U8 internalCosBmp, bool pfcEnabled,
+                                U32 minLimitCells ) {
+    if ( internalCosBmp == 0 ) {
+        return {};
+    }
+    const bool pauses = flowControl == flowControlTypePfc && pfcEnabled;
+    return { .numPpgs = 1,
+             .ppgMinCells = minLimitCells,
+             .headroomCells = pauses ? pauseHeadroom : 0 };
+}
+
+Reservation Reservation::ofTxQueue( U32 minLimitCells ) {
+    return { .numTxQs = 1, .txQMinCells = minLimitCells };
+}
+
+U64 Reservation::ingressCells( U32 minLimitCellsForMirroring ) const {
+    return ppgMinCells + headroomCells + U64{ mirrorPipes } * minLimitCellsForMirroring;
+}
+
+U64 Reservation::egressCells() const {
+    return txQMinCells + TmConfigConstants::multicastReservedPoolCellCount();
+}
 
 Reservation & Reservation::operator+=( const Reservation & other ) {
     numPpgs += other.numPpgs;
@@ -32,24 +59,14 @@ Reservation & Reservation::operator-=( const Reservation & other ) {
 }
 
 Reservation BufferAccount::walk( const TmIntfConfig & config ) {
-    Reservation sum;
-    if ( config.flowControlType() == flowControlTypeLinkPause ) {
-        sum.headroomCells += headroomCells;
-    }
-    const bool pfc = config.flowControlType() == flowControlTypePfc;
+    const FlowControlType flowControl = config.flowControlType();
+    Reservation sum = Reservation::ofPort( flowControl );
     config.tmPpgConfig().visit( [&]( PpgId, const Kel::Ptr<TmPpgConfig> & ppg ) {
-        if ( ppg->internalCosBmp() == 0 ) {
-            return;
-        }
-        sum.ppgMinCells += ppg->minLimitCells();
-        if ( pfc && ppg->pfcEnabled() ) {
-            sum.headroomCells += headroomCells;
-        }
-        ++sum.numPpgs;
+        sum += Reservation::ofPpg( flowControl, ppg->internalCosBmp(), ppg->pfcEnabled(),
+                                   ppg->minLimitCells() );
     } );
     config.tmTxQueueConfig().visit( [&]( TxQueueId, const Kel::Ptr<TmTxQueueConfig> & queue ) {
-        sum.txQMinCells += queue->minLimitCells();
-        ++sum.numTxQs;
+        sum += Reservation::ofTxQueue( queue->minLimitCells() );
     } );
     return sum;
 }

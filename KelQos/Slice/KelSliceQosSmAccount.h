@@ -6,18 +6,35 @@
 
 namespace KelQos {
 
-// What a configuration reserves of the packet buffer; all sums wrap at 32 bits.
+// What a configuration reserves of the packet buffer, in true sums. The account of the chip, and
+// what it publishes, has 32 bits: there a sum of 2^32 cells or more wraps.
 struct Reservation {
     U32 numPpgs = 0;       // priority groups that map at least one class
-    U32 ppgMinCells = 0;   // their guaranteed minimums
-    U32 headroomCells = 0; // for what still arrives after pause has been sent
+    U64 ppgMinCells = 0;   // their guaranteed minimums
+    U64 headroomCells = 0; // for what still arrives after pause has been sent
     U32 numTxQs = 0;       // transmit queues
-    U32 txQMinCells = 0;   // their guaranteed minimums
+    U64 txQMinCells = 0;   // their guaranteed minimums
+
+    // The rules of the account: what a port reserves by its flow control, and what each of its
+    // groups and queues adds.
+    static Reservation ofPort( FlowControlType flowControl );
+    static Reservation ofPpg( FlowControlType flowControl, U8 internalCosBmp, bool pfcEnabled,
+                              U32 minLimitCells );
+    static Reservation ofTxQueue( U32 minLimitCells );
+
+    // Together with what is reserved whatever the configuration says: the minimums of the mirror
+    // ports, and the multicast pool.
+    U64 ingressCells( U32 minLimitCellsForMirroring ) const;
+    U64 egressCells() const;
 
     Reservation & operator+=( const Reservation & other );
     Reservation & operator-=( const Reservation & other );
     friend bool operator==( const Reservation &, const Reservation & ) = default;
 };
+
+// Each pipe has a port through which it copies mirrored packets.
+constexpr U32 mirrorPipes = 4;
+constexpr U32 defaultMinLimitCellsForMirroring = 480; // cells of each
 
 // Keeps the reservation of all interfaces: it has a sum per interface, and sums again only those
 // that changed since it was last asked. The result is always exactly that of a walk over the

@@ -11,8 +11,6 @@ namespace KelQos {
 
 namespace {
 
-constexpr U32 mirrorPipes = 4;
-
 // The port through which a pipe copies mirrored packets.
 constexpr U32 mirrorPipePortIndex( U32 pipe ) { return pipe * 128 + 72; }
 
@@ -92,7 +90,7 @@ void SharedPools::reconfigureSharedPools( const TmConfig * config,
     }
     KEL_TRACE( sliceTrace, 6 )
         << "reconfigureSharedPools: Egress Admission Control Details numTxQsAllocated: "
-        << figures_.counted.numTxQs << " txQMinCellTotal: " << figures_.counted.txQMinCells
+        << figures_.counted.numTxQs << " txQMinCellTotal: " << figures_.txQMinCells()
         << " totalEgressReservedCellCount: " << egress().reservedCells
         << " egressSharedPoolCellCount: " << egress().sharedCells;
     programSharedPools();
@@ -100,8 +98,8 @@ void SharedPools::reconfigureSharedPools( const TmConfig * config,
 
 void SharedPools::accountIngress() {
     BufferDirection & ingress = figures_.ingress;
-    ingress.reservedCells = figures_.counted.ppgMinCells + figures_.counted.headroomCells +
-                            mirrorPipes * minLimitCellsForMirroring();
+    ingress.reservedCells =
+        static_cast<U32>( figures_.counted.ingressCells( minLimitCellsForMirroring() ) );
     const U32 capacity = figures_.totalCellsAvailableForIngress;
     if ( ingress.hasFailed( capacity ) ) {
         KEL_TRACE( sliceTrace, 0 )
@@ -114,16 +112,15 @@ void SharedPools::accountIngress() {
     ingress.settle( capacity );
     KEL_TRACE( sliceTrace, 6 )
         << "reconfigureSharedPools: Ingress Admission Control Details numPpgsAllocated: "
-        << figures_.counted.numPpgs << " ppgMinCellCount: " << figures_.counted.ppgMinCells
-        << " globalHeadroomCellCount: " << figures_.counted.headroomCells
+        << figures_.counted.numPpgs << " ppgMinCellCount: " << figures_.ppgMinCells()
+        << " globalHeadroomCellCount: " << figures_.headroomCells()
         << " totalIngressReservedCellCount: " << ingress.reservedCells
         << " ingressSharedPoolCellCount: " << ingress.sharedCells;
 }
 
 void SharedPools::accountEgress() {
     BufferDirection & egress = figures_.egress;
-    egress.reservedCells =
-        figures_.counted.txQMinCells + TmConfigConstants::multicastReservedPoolCellCount();
+    egress.reservedCells = static_cast<U32>( figures_.counted.egressCells() );
     const U32 capacity = figures_.totalCells;
     if ( egress.hasFailed( capacity ) ) {
         KEL_TRACE( sliceTrace, 0 )

@@ -45,6 +45,11 @@ struct BufferFigures {
     BufferDirection ingress;
     BufferDirection egress;
 
+    // As they are published, in 32 bits.
+    U32 ppgMinCells() const { return static_cast<U32>( counted.ppgMinCells ); }
+    U32 headroomCells() const { return static_cast<U32>( counted.headroomCells ); }
+    U32 txQMinCells() const { return static_cast<U32>( counted.txQMinCells ); }
+
     std::optional<bool> & report( BufferAllocationLogState state );
     const std::optional<bool> & report( BufferAllocationLogState state ) const {
         return const_cast<BufferFigures *>( this )->report( state );
@@ -105,7 +110,7 @@ class SharedPools {
     void armSyslogClock();
 
     const U32 deviceId_;
-    U32 minLimitCellsForMirroring_ = 480;
+    U32 minLimitCellsForMirroring_ = defaultMinLimitCellsForMirroring;
     BufferFigures figures_;
     Kel::TimedNotifiee<Kel::Clock> * syslogClock_ = nullptr;
     BufferAccount account_;
