@@ -1,5 +1,5 @@
 #include "Host/Command/CommandLine.h"
-#include "Host/Play/PlayerChip.h"
+#include "Host/Plan/ModelledChip.h"
 #include "Platform/Framework/Assert.h"
 #include "Platform/Logging/RingTrace.h"
 
@@ -31,6 +31,6 @@ int main( int argc, char ** argv ) {
     std::signal( SIGPIPE, SIG_IGN );
     Kel::abortHookIs( [] { Kel::ringTraceWrite( STDERR_FILENO ); } );
     std::set_terminate( handleTerminate );
-    KelHost::PlayerChip chip;
+    KelHost::ModelledChip chip;
     return KelHost::runCommandLine( argc, argv, chip );
 }

@@ -26,6 +26,7 @@ struct PoolUsage {
     bool enabled = false;
     U32 factor = 0;
     U32 hysteresis = 0;
+    bool operator==( const PoolUsage & ) const = default;
 };
 
 // Burst and rate in packets and packets per second (pps), or in kilobits and kbps.
@@ -41,6 +42,7 @@ struct Shaper {
         burst = newBurst;
         rate = newRate;
     }
+    bool operator==( const Shaper & ) const = default;
 };
 
 struct Pool {
@@ -59,6 +61,7 @@ struct Queue {
     Shaper maxRate;
     Shaper guaranteedRate;
     std::array<PoolUsage, poolCount> poolUsage{};
+    bool operator==( const Queue & ) const = default;
 };
 
 struct Port {
@@ -78,6 +81,7 @@ struct Ppg {
     bool lossless = false;
     U32 skidLimitCells = 0;
     std::array<PoolUsage, poolCount> poolUsage{};
+    bool operator==( const Ppg & ) const = default;
 };
 
 // What the driver's operations have set: all that tests can read back from a modelled chip.

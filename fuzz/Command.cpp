@@ -3,7 +3,7 @@
 
 #include "Host/Document/SwitchDocumentDecoder.h"
 #include "Host/Json/JsonReader.h"
-#include "Host/Play/PlayerChip.h"
+#include "Host/Plan/ModelledChip.h"
 #include "Host/Switch/SwitchRuntime.h"
 #include "KelQos/Show/KelSliceQosCli.h"
 #include "Platform/Framework/Assert.h"
@@ -21,7 +21,7 @@ constexpr std::string_view running = R"({ "ports": { "Ethernet1": { "portIndex":
 // Lives as long as the process: starting a chip for each input would take all the time.
 struct Running {
     Kel::ActivityManager activityManager;
-    PlayerChip chip;
+    ModelledChip chip;
     SwitchRuntime runtime{ activityManager,
                            decodeSwitchDocument( readJson( running, "running.json" ),
                                                  DocumentPlace{ "running.json" } ) };

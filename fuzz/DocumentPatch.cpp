@@ -5,7 +5,7 @@
 #include "Host/Document/SwitchDocumentDecoder.h"
 #include "Host/Json/DocumentError.h"
 #include "Host/Json/JsonReader.h"
-#include "Host/Play/PlayerChip.h"
+#include "Host/Plan/ModelledChip.h"
 #include "Host/Switch/SwitchRuntime.h"
 #include "Platform/Framework/Assert.h"
 #include "Platform/Logging/Syslog.h"
@@ -39,7 +39,7 @@ void apply( std::string_view patch ) {
     Kel::syslogSinkIs( []( int, std::string_view, std::string_view ) {} );
     setenv( "SIMULATION_VMID", "", 1 ); // a leak is not the end
     Kel::ActivityManager activityManager;
-    PlayerChip chip;
+    ModelledChip chip;
     SwitchRuntime runtime( activityManager, document );
     runtime.start( chip );
     runtime.apply( differenceOf( document, next ) );

@@ -4,6 +4,8 @@
 #include "Host/Agent/StartReport.h"
 #include "Host/Document/CounterFeed.h"
 #include "Host/Document/DocumentTransition.h"
+#include "Host/Document/SwitchDocumentEncoder.h"
+#include "Host/Json/JsonTree.h"
 #include "Host/Json/MessageText.h"
 #include "Host/Json/TextFile.h"
 #include "Host/Switch/AnswerFile.h"
@@ -18,6 +20,11 @@
 namespace KelHost {
 
 namespace {
+
+std::string documentText( const SwitchDocument & document ) {
+    const JsonTree tree( encodedSwitchDocument( document, Defaults::leftOut ) );
+    return tree.root.dump();
+}
 
 Answer refused( std::string text ) { return { AnswerStatus::refused, std::move( text ) }; }
 
@@ -63,6 +70,10 @@ void AgentService::act( Request & request, const Reply & reply ) {
         return reply( {} );
     case RequestKind::ring:
         return reply( { AnswerStatus::done, Kel::ringTraceText() } );
+    case RequestKind::document:
+        return lookUp( [this] { return documentText( runtime_.document() ); }, reply );
+    case RequestKind::config:
+        return lookUp( [this] { return file_ + '\n' + readTextFile( file_ ); }, reply );
     }
     reply( refused( "unknown request" ) );
 }
@@ -150,6 +161,15 @@ void AgentService::reloadOnSignal() {
             reloadOnSignal();
         }
     } );
+}
+
+void AgentService::lookUp( std::function<std::string()> text, const Reply & reply ) {
+    const auto answer = std::make_shared<std::string>();
+    changes_.add( { nullptr, [answer, text = std::move( text )] { *answer = text(); },
+                    [answer, reply]( const std::string &, const std::string & trouble ) {
+                        reply( trouble.empty() ? Answer{ AnswerStatus::done, std::move( *answer ) }
+                                               : refused( trouble ) );
+                    } } );
 }
 
 void AgentService::feed( std::string body, const Reply & reply ) {

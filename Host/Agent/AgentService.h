@@ -42,6 +42,8 @@ class AgentService {
     void act( Request & request, const Reply & reply );
     Answer command( const std::string & text ) const;
     void feed( std::string body, const Reply & reply );
+    // Answers with a text that is made beside the loop, while no document is being applied.
+    void lookUp( std::function<std::string()> text, const Reply & reply );
     // What is told when a reload is over.
     Answer reloaded( const std::string & refusal, const std::string & trouble );
 

@@ -22,12 +22,14 @@ struct KindOfRequest {
     std::size_t limit; // bytes of its body
 };
 // By RequestKind.
-constexpr std::array<KindOfRequest, 5> kinds = { {
+constexpr std::array<KindOfRequest, 7> kinds = { {
     { "command", 4096 },
     { "reload", 0 },
     { "feed", feedBodyLimit },
     { "clear-counters", 0 },
     { "ring", 0 },
+    { "document", 0 },
+    { "config", 0 },
 } };
 
 // By AnswerStatus.

@@ -20,6 +20,8 @@ enum class RequestKind : U8 {
     feed,          // body: a name for messages, a line end, a merge patch of the counters (JSON)
     clearCounters, // counters count from now on
     ring,          // answer: the ring-buffer trace
+    document,      // answer: the document that runs (JSON), its counters included
+    config,        // answer: the name of the configuration file, a line end, what is in it
 };
 
 struct Request {

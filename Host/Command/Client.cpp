@@ -7,8 +7,6 @@
 #include "Host/Json/TextFile.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -88,18 +86,6 @@ Answer receive( int fd ) {
     }
 }
 
-// Returns whether the reader took it all: one who has seen enough, as `head`, need not be told.
-bool write( std::string_view text ) {
-    if ( std::fwrite( text.data(), 1, text.size(), stdout ) == text.size() &&
-         std::fflush( stdout ) == 0 ) {
-        return true;
-    }
-    if ( errno == EPIPE ) {
-        return false;
-    }
-    throw std::system_error( errno, std::generic_category(), "cannot write the answer" );
-}
-
 std::string tooLongText( const Request & request ) {
     return ( request.kind == RequestKind::feed ? "a feed" : "a command" ) +
            std::string( " has at most " ) + std::to_string( bodyLimit( request.kind ) ) +
@@ -108,26 +94,20 @@ std::string tooLongText( const Request & request ) {
 
 } // namespace
 
-Answer ask( const std::vector<std::string> & socketPaths, const Request & request ) {
+std::string ask( const std::vector<std::string> & socketPaths, const Request & request ) {
     if ( request.body.size() > bodyLimit( request.kind ) ) {
         throw std::runtime_error( tooLongText( request ) );
     }
     const FileDescriptor fd = connection( socketPaths );
     send( fd.get(), encoded( request ) );
-    return receive( fd.get() );
-}
-
-int runClient( const std::vector<std::string> & socketPaths, const Request & request ) {
-    const Answer answer = ask( socketPaths, request );
+    Answer answer = receive( fd.get() );
     if ( answer.status == AnswerStatus::done ) {
-        return write( answer.text ) ? EXIT_SUCCESS : EXIT_FAILURE;
+        return std::move( answer.text );
     }
-    std::string_view why = answer.text;
-    if ( why.ends_with( '\n' ) ) {
-        why.remove_suffix( 1 );
+    if ( answer.text.ends_with( '\n' ) ) {
+        answer.text.pop_back();
     }
-    std::fprintf( stderr, "%s\n", bounded( why ).c_str() );
-    return EXIT_FAILURE;
+    throw std::runtime_error( answer.text );
 }
 
 Request feedRequest( const std::string & file ) {

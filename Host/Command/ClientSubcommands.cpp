@@ -2,6 +2,11 @@
 
 #include "Host/Agent/SocketPath.h"
 #include "Host/Command/Client.h"
+#include "Host/Command/StandardOutput.h"
+#include "Host/Json/JsonReader.h"
+#include "Host/Json/JsonTree.h"
+
+#include <algorithm>
 
 namespace KelHost {
 
@@ -14,18 +19,32 @@ std::string joined( std::string text, const std::vector<std::string> & words ) {
     return text;
 }
 
+const std::vector<std::string> documentWords{ "document" };
+
+// As a person reads it.
+std::string indented( const std::string & json ) {
+    constexpr int blanks = 2;
+    const JsonTree tree{ readJson( json, "the document of the agent" ) };
+    return tree.root.dump( blanks ) + "\n";
+}
+
 } // namespace
 
 ClientSubcommands::ClientSubcommands( CLI::App & program ) {
     add( program, "show",
          "Ask the agent: tm [nonzero], tm intf NAME [nonzero], tm queue status, "
-         "tm blocklevel [nonzero], buf",
+         "tm blocklevel [nonzero], buf, document",
          [this] {
-             return Request{ RequestKind::command, joined( "show", words_ ) };
+             return words_ == documentWords
+                        ? Request{ RequestKind::document }
+                        : Request{ RequestKind::command, joined( "show", words_ ) };
          } )
         .add_option( "WORDS", words_, "What to show" );
-    add( program, "reload", "Have the agent read its configuration again",
-         [] { return Request{ RequestKind::reload }; } );
+    CLI::App & reload = add( program, "reload", "Have the agent read its configuration again",
+                             [] { return Request{ RequestKind::reload }; } );
+    planOptions_.addTo(
+        reload, reload.add_flag( "--dry-run", dryRun_,
+                                 "Say what the reload would do; the agent changes nothing" ) );
     add( program, "feed", "Give the agent new counter values",
          [this] { return feedRequest( file_ ); } )
         .add_option(
@@ -54,10 +73,31 @@ CLI::App & ClientSubcommands::add( CLI::App & parent, const char * name, const c
     return subcommand;
 }
 
+std::vector<std::string> ClientSubcommands::socketPaths() const {
+    return socketPath_.empty() ? usualSocketPaths() : std::vector<std::string>{ socketPath_ };
+}
+
 int ClientSubcommands::run() const {
-    const auto paths =
-        socketPath_.empty() ? usualSocketPaths() : std::vector<std::string>{ socketPath_ };
-    return runClient( paths, request_() );
+    if ( dryRun_ ) {
+        return rehearseReload();
+    }
+    const Request request = request_();
+    const std::string answer = ask( socketPaths(), request );
+    return writeAnswer( request.kind == RequestKind::document ? indented( answer ) : answer );
+}
+
+// The counters of a document count only when an agent starts.
+int ClientSubcommands::rehearseReload() const {
+    const std::string config = ask( socketPaths(), { RequestKind::config } );
+    const std::size_t nameEnd = std::min( config.find( '\n' ), config.size() );
+    WrittenDocument after = writtenDocument(
+        std::string_view( config ).substr( std::min( nameEnd + 1, config.size() ) ),
+        config.substr( 0, nameEnd ) );
+    const WrittenDocument before = writtenDocument( ask( socketPaths(), { RequestKind::document } ),
+                                                    "the document that runs" );
+    after.document.counters = before.document.counters;
+    after.document.countersLastClear = before.document.countersLastClear;
+    return planOptions_.tell( before, after );
 }
 
 } // namespace KelHost

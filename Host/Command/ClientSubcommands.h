@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Host/Agent/Protocol.h"
+#include "Host/Command/PlanSubcommands.h"
 
 #include <CLI/CLI.hpp>
 #include <functional>
@@ -17,10 +18,15 @@ class ClientSubcommands {
     ClientSubcommands & operator=( const ClientSubcommands & ) = delete;
 
     bool chosen() const { return static_cast<bool>( request_ ); }
-    // The exit status; throws like runClient().
+    // The exit status. Throws like ask(), DocumentError when what the agent would reload is
+    // refused, and std::system_error when the answer cannot be written.
     int run() const;
 
   private:
+    std::vector<std::string> socketPaths() const;
+    // What a reload would do, without the agent noticing.
+    int rehearseReload() const;
+
     // `request` makes what is asked once the options are parsed.
     CLI::App & add( CLI::App & parent, const char * name, const char * description,
                     std::function<Request()> request );
@@ -29,6 +35,8 @@ class ClientSubcommands {
     std::string socketPath_;
     std::vector<std::string> words_;
     std::string file_;
+    bool dryRun_ = false; // reload
+    PlanOptions planOptions_;
 };
 
 } // namespace KelHost

@@ -2,6 +2,7 @@
 
 #include "Host/Command/AgentSubcommand.h"
 #include "Host/Command/ClientSubcommands.h"
+#include "Host/Command/PlanSubcommands.h"
 #include "Host/Command/TraceOption.h"
 #include "Host/Command/UnknownWord.h"
 #include "Host/Json/DocumentError.h"
@@ -32,6 +33,8 @@ constexpr const char * statusHelp =
     "  1  the run failed: its output cannot be written (without a message when the reader has\n"
     "     left), the system lacks something, there is no agent to ask, or the agent refused\n"
     "  2  refused input: the command line, or a document, of which nothing was applied\n"
+    "  3  of check: the document reserves more than there is; of diff --exit-code: something\n"
+    "     changes\n"
     "A driver call that fails or a broken invariant aborts, with the reason and the ring-buffer\n"
     "trace on standard error.\n";
 
@@ -75,6 +78,7 @@ int runCommandLine( int argc, const char * const * argv, ChipAccess & chip ) {
     program.fallthrough();
     const PlayCommand play( program );
     AgentSubcommand agent( program, argv[0] );
+    const PlanSubcommands plan( program );
     const ClientSubcommands client( program );
     try {
         program.parse( argc, argv );
@@ -84,7 +88,7 @@ int runCommandLine( int argc, const char * const * argv, ChipAccess & chip ) {
         if ( agent.chosen() ) {
             return agent.run( chip );
         }
-        return client.chosen() ? client.run() : play.run();
+        return client.chosen() ? client.run() : plan.chosen() ? plan.run() : play.run();
     } catch ( const CLI::ParseError & error ) {
         const std::string unknown =
             error.get_exit_code() == 0 ? std::string() : unknownWordText( program );

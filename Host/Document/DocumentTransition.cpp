@@ -6,24 +6,24 @@ namespace {
 
 class TransitionCheck {
   public:
-    TransitionCheck( const SwitchDocument & current, const SwitchDocument & next,
-                     const DocumentPlace & place )
-        : current_( current ), next_( next ), place_( place ) {}
+    TransitionCheck( const SwitchDocument & current, const SwitchDocument & next )
+        : current_( current ), next_( next ) {}
 
-    void run() const {
+    std::vector<TransitionRefusal> run() {
         checkDevice();
         checkBufferParams();
         checkPortIndices();
         checkInternalPorts();
+        return std::move( refusals_ );
     }
 
   private:
-    void checkDevice() const {
+    void checkDevice() {
         const auto same = [this]( std::string_view member, U32 now, U32 then ) {
             if ( now != then ) {
-                place_.refuse( "/device/" + std::string( member ),
-                               "must stay " + std::to_string( now ) +
-                                   "; the device is settled at start-up" );
+                refuse( "/device/" + std::string( member ),
+                        "must stay " + std::to_string( now ) +
+                            "; the device is settled at start-up" );
             }
         };
         same( "id", current_.device.id, next_.device.id );
@@ -31,18 +31,19 @@ class TransitionCheck {
         same( "totalCells", current_.device.totalCells, next_.device.totalCells );
     }
 
-    void checkBufferParams() const {
+    void checkBufferParams() {
         if ( current_.bufferParams.has_value() && !next_.bufferParams.has_value() ) {
-            place_.refuse( {}, "must keep the member \"bufferParams\"; whether there is one is "
-                               "settled at start-up" );
+            refusals_.push_back( { "", "/bufferParams",
+                                   "must keep the member \"bufferParams\"; whether there is one is "
+                                   "settled at start-up" } );
         }
         if ( !current_.bufferParams.has_value() && next_.bufferParams.has_value() ) {
-            place_.refuse( "/bufferParams",
-                           "must stay absent; whether there is one is settled at start-up" );
+            refuse( "/bufferParams",
+                    "must stay absent; whether there is one is settled at start-up" );
         }
     }
 
-    void checkPortIndices() const {
+    void checkPortIndices() {
         std::map<U16, std::string_view> owners;
         for ( const auto & [name, port] : current_.ports ) {
             owners.emplace( port.portIndex, name );
@@ -62,7 +63,7 @@ class TransitionCheck {
     }
 
     void checkChangedIndex( std::string_view name, const PortSettings & before,
-                            const PortSettings & after ) const {
+                            const PortSettings & after ) {
         const bool hasQos = before.qos.has_value() || after.qos.has_value();
         if ( before.portIndex != after.portIndex && hasQos ) {
             refuseIndex( name, "must stay " + std::to_string( before.portIndex ) +
@@ -70,29 +71,42 @@ class TransitionCheck {
         }
     }
 
-    void checkInternalPorts() const {
+    void checkInternalPorts() {
         for ( const std::string_view name : { cpuPortName, reservedCpuPortName } ) {
             if ( current_.ports.contains( name ) && !next_.ports.contains( name ) ) {
-                place_.refuse( "/ports", "must keep the member \"" + std::string( name ) +
-                                             "\"; an internal port cannot be removed" );
+                refusals_.push_back( { "/ports", "/ports/" + std::string( name ),
+                                       "must keep the member \"" + std::string( name ) +
+                                           "\"; an internal port cannot be removed" } );
             }
         }
     }
 
-    [[noreturn]] void refuseIndex( std::string_view name, std::string_view text ) const {
-        place_.refuse( "/ports/" + pointerToken( name ) + "/portIndex", text );
+    void refuseIndex( std::string_view name, std::string text ) {
+        refuse( "/ports/" + pointerToken( name ) + "/portIndex", std::move( text ) );
+    }
+    void refuse( std::string pointer, std::string text ) {
+        std::string member = pointer;
+        refusals_.push_back( { std::move( pointer ), std::move( member ), std::move( text ) } );
     }
 
     const SwitchDocument & current_;
     const SwitchDocument & next_;
-    const DocumentPlace & place_;
+    std::vector<TransitionRefusal> refusals_;
 };
 
 } // namespace
 
+std::vector<TransitionRefusal> transitionRefusals( const SwitchDocument & current,
+                                                   const SwitchDocument & next ) {
+    return TransitionCheck( current, next ).run();
+}
+
 void checkTransition( const SwitchDocument & current, const SwitchDocument & next,
                       const DocumentPlace & place ) {
-    TransitionCheck( current, next, place ).run();
+    const auto refusals = transitionRefusals( current, next );
+    if ( !refusals.empty() ) {
+        place.refuse( refusals.front().pointer, refusals.front().text );
+    }
 }
 
 } // namespace KelHost

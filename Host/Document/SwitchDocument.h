@@ -40,9 +40,14 @@ struct Rate {
 
 inline constexpr Rate unshaped{ .packetsPerSecond = false, .rate = Rate::noShaping, .burst = 0 };
 
+// What is written as a word is the position of that word.
 enum class FlowControl : U8 { none = 0, linkPause = 1, pfc = 2 };
 enum class IntfEnabled : U32 { unknown = 0, enabled = 1, disabled = 2 };
 enum class QueuePriority : U8 { strict = 0, roundRobin = 1 };
+inline constexpr std::string_view flowControlWords[] = { "none", "linkPause", "pfc" };
+inline constexpr std::string_view enabledWords[] = { "unknown", "enabled", "disabled" };
+inline constexpr std::string_view priorityWords[] = { "strict", "roundRobin" };
+inline constexpr std::string_view unitWords[] = { "kbps", "pps" };
 
 // The burst-absorption factor that stands for "none given".
 inline constexpr U32 noFactor = 10;

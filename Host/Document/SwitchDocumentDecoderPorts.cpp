@@ -12,8 +12,6 @@ constexpr U64 pipeSize = 128; // port indices of a pipe
 constexpr U64 highestPipe = 3;
 constexpr U64 highestLocalPort = 71; // the next one is the pipe's mirror port
 
-constexpr std::string_view enabledWords[] = { "unknown", "enabled", "disabled" };
-
 void portIndex( const JsonCursor & cursor, PortSettings & out ) {
     const auto * given = cursor.value().get_ptr<const U64 *>();
     if ( given == nullptr || *given / pipeSize > highestPipe ||

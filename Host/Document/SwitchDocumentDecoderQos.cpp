@@ -10,10 +10,6 @@ constexpr U64 highestQueue = 7;
 constexpr U64 highestCpuQueue = 13;
 constexpr U64 highestLimit = 4294967294; // the next one marks a limit that is not set
 
-constexpr std::string_view flowControlWords[] = { "none", "linkPause", "pfc" };
-constexpr std::string_view priorityWords[] = { "strict", "roundRobin" };
-constexpr std::string_view unitWords[] = { "kbps", "pps" };
-
 constexpr Rule<Rate> rateRules[] = {
     { "unit", word<&Rate::packetsPerSecond, unitWords> },
     { .name = "rate", .decode = anyUnsigned<&Rate::rate>, .required = true },

@@ -1,7 +1,7 @@
 #include "Host/Play/Player.h"
 
+#include "Host/Plan/ModelledChip.h"
 #include "Host/Play/EventLog.h"
-#include "Host/Play/PlayerChip.h"
 #include "Host/Play/Scenario.h"
 #include "Host/Play/StatusLog.h"
 #include "Host/Switch/AnswerFile.h"
@@ -94,7 +94,7 @@ class Player {
     const Scenario & scenario_;
     Kel::ActivityManager activityManager_;
     EventLog log_;
-    PlayerChip chip_;
+    ModelledChip chip_;
     SwitchRuntime runtime_;
     StatusLog statusLog_;
 };

@@ -23,9 +23,8 @@ Reservation Reservation::ofPpg( FlowControlType flowControl, U8 internalCosBmp, 
         return {};
     }
     const bool pauses = flowControl == flowControlTypePfc && pfcEnabled;
-    return { .numPpgs = 1,
-             .ppgMinCells = minLimitCells,
-             .headroomCells = pauses ? pauseHeadroom : 0 };
+    return {
+        .numPpgs = 1, .ppgMinCells = minLimitCells, .headroomCells = pauses ? pauseHeadroom : 0 };
 }
 
 Reservation Reservation::ofTxQueue( U32 minLimitCells ) {

@@ -1,5 +1,5 @@
 #include "Host/Switch/SwitchRuntime.h"
-#include "Host/Play/PlayerChip.h"
+#include "Host/Plan/ModelledChip.h"
 #include "tests/Host/DocumentHelpers.h"
 
 #include <gtest/gtest.h>
@@ -17,9 +17,9 @@ class FailingPdIntf : public KelDriver::PdIntf {
     }
 };
 
-class FailingChip : public PlayerChip {
+class FailingChip : public ModelledChip {
     ChipHandles attach( const DeviceSettings & device ) override {
-        ChipHandles handles = PlayerChip::attach( device );
+        ChipHandles handles = ModelledChip::attach( device );
         handles.pdIntf = Kel::makePtr<FailingPdIntf>();
         return handles;
     }

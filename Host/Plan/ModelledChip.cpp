@@ -1,11 +1,11 @@
-#include "Host/Play/PlayerChip.h"
+#include "Host/Plan/ModelledChip.h"
 
 #include "Model/ModelPdIntf.h"
 #include "Model/ModelResourceInfoIntf.h"
 
 namespace KelHost {
 
-ChipHandles PlayerChip::attach( const DeviceSettings & device ) {
+ChipHandles ModelledChip::attach( const DeviceSettings & device ) {
     chip_ = std::make_unique<KelModel::Chip>( device.id, device.totalCells );
     KelModel::Chip::currentIs( chip_.get() );
     if ( prepare_ ) {

@@ -10,12 +10,12 @@
 namespace KelHost {
 
 // The modelled chip as the chip of this process.
-class PlayerChip : public ChipAccess {
+class ModelledChip : public ChipAccess {
   public:
     // Makes the modelled chip, which is the current one from then on, and gives it to `prepare`
     // before the first driver call.
     using Prepare = std::function<void( KelModel::Chip & )>;
-    explicit PlayerChip( Prepare prepare = {} ) : prepare_( std::move( prepare ) ) {}
+    explicit ModelledChip( Prepare prepare = {} ) : prepare_( std::move( prepare ) ) {}
 
     ChipHandles attach( const DeviceSettings & device ) override;
 

@@ -1,0 +1,131 @@
+#include "Host/Plan/CheckPicture.h"
+
+#include "Host/Json/MessageText.h"
+#include "Host/Plan/UseParts.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace KelHost {
+
+namespace {
+
+constexpr F64 margin = 24;
+constexpr F64 width = 760;
+constexpr F64 barWidth = width - 2 * margin;
+constexpr F64 barHeight = 36;
+constexpr F64 lineHeight = 22;
+
+// By PartKind.
+constexpr std::array<const char *, 5> classes{ "minimums", "headroom", "fixed", "shared",
+                                               "overflow" };
+
+// Colours that hold on white and on near black.
+constexpr const char * style = R"(<style>
+svg { --paper: #ffffff; --ink: #1c1f23; --faint: #5b636d; --line: #c9ced4 }
+@media (prefers-color-scheme: dark) {
+  svg { --paper: #16191d; --ink: #e9ecef; --faint: #a2abb5; --line: #454c55 }
+}
+.paper { fill: var(--paper) }
+text { fill: var(--ink); font: 14px system-ui, sans-serif }
+.title { font-size: 18px; font-weight: 600 }
+.head { font-weight: 600 }
+.faint { fill: var(--faint) }
+.number { text-anchor: end; font-variant-numeric: tabular-nums }
+.frame { fill: none; stroke: var(--line) }
+.minimums { fill: #3a7bd5 } .headroom { fill: #16a3a3 } .fixed { fill: #8a8f98 }
+.shared { fill: #63b56b } .overflow { fill: #d8433b }
+.mark { stroke: var(--ink); stroke-width: 2 }
+</style>
+)";
+
+std::string escaped( std::string_view text ) {
+    std::string result;
+    for ( const char c : shown( text, 300 ) ) {
+        switch ( c ) {
+        case '&':
+            result += "&amp;";
+            break;
+        case '<':
+            result += "&lt;";
+            break;
+        case '>':
+            result += "&gt;";
+            break;
+        default:
+            result += c;
+        }
+    }
+    return result;
+}
+
+std::string at( F64 position ) {
+    char text[32];
+    (void)std::snprintf( text, sizeof text, "%.1f", position );
+    return text;
+}
+
+std::string textAt( F64 x, F64 y, const char * kind, std::string_view text ) {
+    return "<text class=\"" + std::string( kind ) + "\" x=\"" + at( x ) + "\" y=\"" + at( y ) +
+           "\">" + escaped( text ) + "</text>\n";
+}
+
+std::string rectangle( F64 x, F64 y, F64 w, F64 h, const char * kind ) {
+    return "<rect class=\"" + std::string( kind ) + "\" x=\"" + at( x ) + "\" y=\"" + at( y ) +
+           "\" width=\"" + at( w ) + "\" height=\"" + at( h ) + "\"/>\n";
+}
+
+// Draws downwards from `y`, and moves it.
+std::string directionPicture( Direction direction, const DirectionUse & use, F64 & y ) {
+    const auto parts = partsOf( direction, use );
+    const F64 whole = static_cast<F64>( std::max( use.capacityCells, use.reservedCells ) );
+    const auto x = [whole]( U64 cells ) {
+        return margin + barWidth * static_cast<F64>( cells ) / whole;
+    };
+    y += 2 * lineHeight;
+    std::string text =
+        textAt( margin, y, "head", direction == Direction::ingress ? "Ingress" : "Egress" ) +
+        textAt( margin + 72, y, "faint", summaryOf( use ) );
+    y += 12;
+    for ( const UsePart & part : parts ) {
+        text += rectangle( x( part.begin ), y, std::max( 1.0, x( part.end ) - x( part.begin ) ),
+                           barHeight, classes.at( static_cast<std::size_t>( part.kind ) ) );
+    }
+    text += rectangle( margin, y, barWidth, barHeight, "frame" );
+    if ( !use.fits() ) {
+        const std::string end = at( x( use.capacityCells ) );
+        text += "<line class=\"mark\" x1=\"" + end + "\" x2=\"" + end + "\" y1=\"" + at( y - 5 ) +
+                "\" y2=\"" + at( y + barHeight + 5 ) + "\"/>\n";
+    }
+    y += barHeight + 4;
+    for ( const UsePart & part : parts ) {
+        y += lineHeight;
+        text += rectangle( margin, y - 11, 12, 12,
+                           classes.at( static_cast<std::size_t>( part.kind ) ) ) +
+                textAt( margin + 22, y, "", part.name ) +
+                textAt( width - margin - 200, y, "number", cellsText( part.cells ) ) +
+                textAt( width - margin, y, "number faint", bytesText( part.cells ) );
+    }
+    return text;
+}
+
+} // namespace
+
+std::string pictureOf( const DocumentCheck & check ) {
+    const std::string title = check.file + ( check.use.fits() ? ": fits" : ": does not fit" );
+    F64 y = margin + 14;
+    std::string body = textAt( margin, y, "title", title );
+    y -= lineHeight / 2;
+    body += directionPicture( Direction::ingress, check.use.ingress, y );
+    body += directionPicture( Direction::egress, check.use.egress, y );
+    y += margin;
+    const std::string size = at( width ) + " " + at( y );
+    return "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + size + "\" width=\"" +
+           at( width ) + "\" height=\"" + at( y ) +
+           "\" role=\"img\" aria-labelledby=\"title\">\n<title id=\"title\">Packet buffer of " +
+           escaped( title ) + "</title>\n" + style + rectangle( 0, 0, width, y, "paper" ) + body +
+           "</svg>\n";
+}
+
+} // namespace KelHost
