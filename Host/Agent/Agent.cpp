@@ -193,19 +193,22 @@ class Agent {
 
     // The agent is ready when it would come up again, too.
     void announce() {
-        const auto keepIt = [this] {
+        const auto check = std::make_shared<DocumentCheck>();
+        const auto settle = [this, check] {
+            *check = checkOf( runtime_.document(), config_.file, warningsKept );
             if ( config_.file != frame_.kept.file() ) {
                 keep( config_.text );
             }
         };
         changes_.add(
-            { nullptr, keepIt, [this]( const std::string &, const std::string & trouble ) {
+            { nullptr, settle, [this, check]( const std::string &, const std::string & trouble ) {
                  if ( !trouble.empty() ) {
                      log_.error( trouble );
                  }
-                 reportStart( log_, runtime_, config_.file, frame_.options );
+                 reportStart( log_, runtime_, *check, frame_.options );
                  notify_.ready( programmedText( runtime_ ) );
                  service_.textIs( std::move( config_.text ) );
+                 service_.checkIs( std::move( *check ) );
                  config_ = {};
              } } );
     }

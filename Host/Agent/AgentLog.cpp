@@ -48,6 +48,8 @@ std::string AgentLog::own( const std::string & text ) const {
 
 void AgentLog::info( const std::string & text ) const { put( LOG_INFO, own( text ) ); }
 
+void AgentLog::warning( const std::string & text ) const { put( LOG_WARNING, own( text ) ); }
+
 void AgentLog::error( const std::string & text ) const { put( LOG_ERR, own( text ) ); }
 
 void AgentLog::refused( const std::string & text ) const {

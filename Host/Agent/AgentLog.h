@@ -24,6 +24,7 @@ class AgentLog {
     AgentLog & operator=( const AgentLog & ) = delete;
 
     void info( const std::string & text ) const;
+    void warning( const std::string & text ) const;
     void error( const std::string & text ) const;
     // Why a start was refused: for the system's log alone. On standard error it is told anyway.
     void refused( const std::string & text ) const;

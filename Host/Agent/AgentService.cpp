@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <memory>
 #include <new>
+#include <optional>
 
 namespace KelHost {
 
@@ -102,7 +103,8 @@ Answer AgentService::command( const std::string & text ) const {
 void AgentService::reload( Reply reply ) {
     // The text outlives the decoding, to be kept once the document is applied.
     const auto config = std::make_shared<AgentConfig>();
-    const auto prepare = [this, config]( const SwitchDocument & present ) {
+    const auto check = std::make_shared<std::optional<DocumentCheck>>();
+    const auto prepare = [this, config, check]( const SwitchDocument & present ) {
         std::string text = readTextFile( file_ );
         if ( !text.empty() && text == text_ ) {
             config->text = std::move( text );
@@ -114,15 +116,21 @@ void AgentService::reload( Reply reply ) {
         next.countersLastClear = present.countersLastClear;
         checkTransition( present, next, { .file = file_ } );
         DocumentDifference difference = differenceOf( present, next );
+        *check = checkOf( next, file_, warningsKept );
         next = {};
         return difference;
     };
-    const auto done = [this, config, reply = std::move( reply )]( const std::string & refusal,
-                                                                  const std::string & trouble ) {
+    const auto done = [this, config, check, reply = std::move( reply )](
+                          const std::string & refusal, const std::string & trouble ) {
         if ( refusal.empty() ) {
             textIs( std::move( config->text ) );
         }
+        const Warnings told = check_.warnings;
+        if ( refusal.empty() && *check ) {
+            check_ = std::move( **check );
+        }
         reply( reloaded( refusal, trouble ) );
+        reportWarnings( log_, told, check_.warnings );
     };
     notify_.reloading();
     changes_.add( { prepare, [this, config] { keep_( config->text ); }, done } );
@@ -137,7 +145,7 @@ Answer AgentService::reloaded( const std::string & refusal, const std::string & 
     Answer answer{ AnswerStatus::done, "reloaded " + shown( file_, 300 ) };
     log_.info( answer.text );
     std::string status = answer.text;
-    for ( const std::string & text : { reservationText( runtime_ ), trouble } ) {
+    for ( const std::string & text : { overReservationText( check_.use ), trouble } ) {
         if ( !text.empty() ) {
             log_.error( text );
             answer.text += '\n' + text;
@@ -145,7 +153,7 @@ Answer AgentService::reloaded( const std::string & refusal, const std::string & 
         }
     }
     notify_.ready( status );
-    answer.text += '\n';
+    answer.text += '\n' + warningsText( check_.warnings );
     return answer;
 }
 

@@ -4,6 +4,7 @@
 #include "Host/Agent/DocumentChanges.h"
 #include "Host/Agent/Protocol.h"
 #include "Host/Agent/SystemdNotify.h"
+#include "Host/Plan/DocumentCheck.h"
 
 #include <functional>
 #include <string>
@@ -26,6 +27,8 @@ class AgentService {
 
     // The text of the document that runs: a reload of the same text has nothing to decode.
     void textIs( std::string text );
+    // What was found in it, and logged: of the same warnings there is nothing more to log.
+    void checkIs( DocumentCheck check ) { check_ = std::move( check ); }
 
     // Calls `reply` once, at once or later, from the loop. Never throws: whatever goes wrong is
     // answered as a refusal, and has changed nothing.
@@ -56,6 +59,7 @@ class AgentService {
     // Empty when it is too large to be worth keeping. While a change is being prepared beside the
     // loop it stays as it is.
     std::string text_;
+    DocumentCheck check_; // of the document that runs
     bool signalled_ = false; // a reload that a signal asked for is under way
     bool signalledAgain_ = false;
 };

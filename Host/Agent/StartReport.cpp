@@ -1,6 +1,9 @@
 #include "Host/Agent/StartReport.h"
 
+#include "Host/Json/MessageText.h"
 #include "KelQos/Slice/KelSliceQosSm.h"
+
+#include <algorithm>
 
 namespace KelHost {
 
@@ -14,6 +17,10 @@ std::size_t programmedGroups( const StateStore & store ) {
         }
     }
     return count;
+}
+
+std::string lineOf( const Warning & warning ) {
+    return warning.pointer + ": " + std::string( warning.kind->id ) + ": " + warning.text();
 }
 
 // An interface that has counters to show.
@@ -37,30 +44,43 @@ std::string programmedText( const SwitchRuntime & runtime ) {
            std::to_string( sm.egressSharedPoolCellCount() ) + " (egress) cells";
 }
 
-std::string reservationText( const SwitchRuntime & runtime ) {
-    const KelQos::KelSliceQosSm & sm = runtime.sliceQosSm();
-    std::string text;
-    const auto compare = [&text]( const char * direction, U32 reserved, U32 available ) {
-        if ( reserved > available ) {
-            text += ( text.empty() ? "" : "; " ) + std::string( direction ) + " reserves " +
-                    std::to_string( reserved ) + " of " + std::to_string( available ) + " cells";
+void reportWarnings( const AgentLog & log, const Warnings & before, const Warnings & now ) {
+    for ( const Warning & warning : now.first ) {
+        if ( std::ranges::find( before.first, warning ) == before.first.end() ) {
+            log.warning( bounded( "warning: " + lineOf( warning ) ) );
         }
-    };
-    compare( "ingress", sm.totalIngressReservedCellCount(), sm.totalCellsAvailableForIngress() );
-    compare( "egress", sm.totalEgressReservedCellCount(), sm.totalCellCount() );
-    return text.empty() ? text : "more is reserved than there is: " + text;
+    }
+    if ( now.count > now.first.size() && now.count != before.count ) {
+        log.warning( "and " + std::to_string( now.count - now.first.size() ) +
+                     " more warnings, which `check` tells" );
+    }
 }
 
-void reportStart( const AgentLog & log, const SwitchRuntime & runtime, const std::string & file,
+std::string warningsText( const Warnings & warnings ) {
+    constexpr std::size_t few = 3;
+    if ( warnings.count == 0 ) {
+        return {};
+    }
+    std::string text = std::to_string( warnings.count ) +
+                       ( warnings.count == 1 ? " warning" : " warnings" ) +
+                       ( warnings.count > few ? ", the first:" : ":" );
+    for ( std::size_t i = 0; i < std::min( few, warnings.first.size() ); ++i ) {
+        text += "\n" + bounded( lineOf( warnings.first[i] ) );
+    }
+    return text + "\n";
+}
+
+void reportStart( const AgentLog & log, const SwitchRuntime & runtime, const DocumentCheck & check,
                   const AgentOptions & options ) {
     const auto example = [&]( const std::string & words ) {
         log.info( "    " + options.program + " " + words + options.socketOption );
     };
-    log.info( "programmed from " + file + ": " + programmedText( runtime ) );
-    const std::string reservation = reservationText( runtime );
+    log.info( "programmed from " + check.file + ": " + programmedText( runtime ) );
+    const std::string reservation = overReservationText( check.use );
     if ( !reservation.empty() ) {
         log.error( reservation );
     }
+    reportWarnings( log, {}, check.warnings );
     log.info( "listening on " + options.socketPath + "; to talk to it, in another terminal:" );
     example( "show buf" );
     const std::string interface = firstInterface( runtime.document() );

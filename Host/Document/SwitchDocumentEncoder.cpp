@@ -1,6 +1,7 @@
 #include "Host/Document/SwitchDocumentEncoder.h"
 
 #include <charconv>
+#include <cmath>
 
 namespace KelHost {
 
@@ -176,7 +177,11 @@ class Encoder {
 
 } // namespace
 
-F64 shortest( F32 value ) {
+Json shortest( F32 value ) {
+    constexpr F32 exact = 1U << 24; // all integers below are
+    if ( value >= 0 && value < exact && value == std::floor( value ) ) {
+        return static_cast<U64>( value );
+    }
     char text[64];
     const char * const end = std::to_chars( text, text + sizeof text, value ).ptr;
     F64 number = 0;

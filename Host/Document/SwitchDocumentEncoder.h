@@ -12,7 +12,7 @@ enum class Defaults : bool { leftOut, written };
 // written, two documents mean the same exactly when their JSON is equal.
 Json encodedSwitchDocument( const SwitchDocument & document, Defaults defaults );
 
-// The shortest decimal number that is read as this value.
-F64 shortest( F32 value );
+// The shortest decimal number that is read as this value; an integer where it is one.
+Json shortest( F32 value );
 
 } // namespace KelHost

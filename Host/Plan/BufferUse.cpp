@@ -90,4 +90,18 @@ BufferUse bufferUseOf( const SwitchDocument & document, const TextOrder & order 
     return walk.result( document, order );
 }
 
+std::string overReservationText( const BufferUse & use ) {
+    std::string text;
+    const auto look = [&text]( const char * direction, const DirectionUse & side ) {
+        if ( !side.fits() ) {
+            text += ( text.empty() ? "" : "; " ) + std::string( direction ) + " reserves " +
+                    std::to_string( side.reservedCells ) + " of " +
+                    std::to_string( side.capacityCells ) + " cells";
+        }
+    };
+    look( "ingress", use.ingress );
+    look( "egress", use.egress );
+    return text.empty() ? text : "more is reserved than there is: " + text;
+}
+
 } // namespace KelHost

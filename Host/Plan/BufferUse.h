@@ -42,4 +42,8 @@ struct BufferUse {
 // `order` decides which of several that reserve as much comes first.
 BufferUse bufferUseOf( const SwitchDocument & document, const TextOrder & order = {} );
 
+// Which direction reserves more of the packet buffer than it has, and how much, in one line. Empty
+// when everything fits.
+std::string overReservationText( const BufferUse & use );
+
 } // namespace KelHost

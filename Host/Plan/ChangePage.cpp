@@ -21,7 +21,7 @@ std::string named( Impact impact, const PageStyle & style ) {
 std::string valueText( const Json & value ) {
     constexpr std::size_t most = 300; // bytes
     if ( value.is_null() ) {
-        return "none";
+        return "absent";
     }
     return value.is_string() ? value.get<std::string>() : shown( value.dump(), most );
 }
@@ -106,7 +106,7 @@ std::string pageOf( const ChangePlan & plan, const std::string & before, const s
             directionLine( "ingress ", plan.before.ingress, plan.after.ingress ) +
             directionLine( "egress  ", plan.before.egress, plan.after.egress );
     if ( calls && plan.impact != Impact::restart ) {
-        text += "\nthe calls\n";
+        text += plan.calls.empty() ? "\nno calls\n" : "\nthe calls\n";
         for ( const std::string & call : plan.calls ) {
             text += "  " + call + "\n";
         }

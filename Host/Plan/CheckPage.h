@@ -11,8 +11,4 @@ namespace KelHost {
 // reserves most (or has to give, when it does not fit), the warnings.
 std::string pageOf( const DocumentCheck & check, const PageStyle & style );
 
-// Which direction reserves more of the packet buffer than it has, and how much, in one line. Empty
-// when everything fits.
-std::string overReservationText( const BufferUse & use );
-
 } // namespace KelHost

@@ -132,9 +132,9 @@ constexpr Row<p4_pd_red_spec> wredRows[] = {
     { "maximum threshold", "cells",
       []( const p4_pd_red_spec & entry ) { return Json( U64{ entry.maxThdCells } ); } },
     { "highest drop probability", "",
-      []( const p4_pd_red_spec & entry ) { return Json( shortest( entry.maxDropProbability ) ); } },
+      []( const p4_pd_red_spec & entry ) { return shortest( entry.maxDropProbability ); } },
     { "time constant", "ns",
-      []( const p4_pd_red_spec & entry ) { return Json( shortest( entry.timeConstantNs ) ); } },
+      []( const p4_pd_red_spec & entry ) { return shortest( entry.timeConstantNs ); } },
 };
 
 class Comparison {

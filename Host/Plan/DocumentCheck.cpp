@@ -43,6 +43,13 @@ OrderedJson answerOf( const DirectionUse & use, const Names & names ) {
 
 } // namespace
 
+DocumentCheck checkOf( const SwitchDocument & document, const std::string & file,
+                       std::size_t mostWarnings ) {
+    BufferUse use = bufferUseOf( document );
+    Warnings warnings = warningsOf( document, use, mostWarnings );
+    return { file, std::move( use ), std::move( warnings ) };
+}
+
 DocumentCheck checkOf( std::string_view text, const std::string & file ) {
     const WrittenDocument written = writtenDocument( text, file );
     BufferUse use = bufferUseOf( written.document, TextOrder( text ) );

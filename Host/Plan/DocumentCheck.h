@@ -14,6 +14,11 @@ struct DocumentCheck {
     Warnings warnings;
 };
 
+// Checks a document, and keeps no more than so many warnings. Which of several objects that reserve
+// as much comes first is a matter of their names.
+DocumentCheck checkOf( const SwitchDocument & document, const std::string & file,
+                       std::size_t mostWarnings );
+
 // Checks the text of a switch document. Throws DocumentError when anything in it is refused. `file`
 // is what errors call it.
 DocumentCheck checkOf( std::string_view text, const std::string & file );

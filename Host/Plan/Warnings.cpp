@@ -33,6 +33,21 @@ void forQosPorts( const SwitchDocument & document, const F & f ) {
     }
 }
 
+// As the leak handler sums them: of the pipes that it polls, and no more than 32 bits hold.
+U64 dropsOf( const SwitchDocument & document ) {
+    U64 drops = 0;
+    for ( const auto & [pipe, counters] : document.counters ) {
+        if ( pipe > document.device.maxPipeId || !counters.block ) {
+            continue;
+        }
+        const auto found = counters.block->find( KelQos::blockLevelEpipePktDrop );
+        if ( found != counters.block->end() ) {
+            drops += std::min( found->second.value, most32 );
+        }
+    }
+    return std::min( drops, most32 );
+}
+
 void sumWraps( const SwitchDocument &, const BufferUse & use, const Found & found ) {
     const auto look = [&]( const char * direction, U64 cells ) {
         if ( cells > most32 ) {
@@ -45,8 +60,9 @@ void sumWraps( const SwitchDocument &, const BufferUse & use, const Found & foun
 
 void leakAtOnce( const SwitchDocument & document, const BufferUse &, const Found & found ) {
     if ( leaksAtOnce( document ) ) {
-        found( "/bufferParams", "leakThreshold " + number( document.bufferParams->leakThreshold ) +
-                                    " is not above the drop counters that the switch begins with" );
+        found( "/bufferParams", "the drop counters begin with " + number( dropsOf( document ) ) +
+                                    ", leakThreshold is " +
+                                    number( document.bufferParams->leakThreshold ) );
     }
 }
 
@@ -174,8 +190,8 @@ struct Row {
 // In the order in which they are told.
 constexpr Row rows[] = {
     { { "sum-wraps", Severity::grave,
-        "the 32-bit account of the switch wraps: it shares cells that are reserved, and will not "
-        "report it",
+        "the 32-bit account of the switch wraps and takes it for less: it may share cells that are "
+        "reserved, and not report it",
         "lower the minimums" },
       sumWraps },
     { { "leak-at-once", Severity::grave,
@@ -187,14 +203,14 @@ constexpr Row rows[] = {
         "configure fewer groups, or move ports to another pipe" },
       groupsOfOnePipe },
     { { "pfc-not-on-port", Severity::grave,
-        "no headroom is reserved for this lossless group, and the port does not send PFC",
+        "no headroom is reserved for the group, and the port does not send PFC",
         "make the port \"pfc\", or pfcEnabled false" },
       pfcNotOnPort },
     { { "pfc-without-map", Severity::grave, "the PFC class map of the port is not written",
         "map all eight classes" },
       pfcWithoutMap },
     { { "no-shared-buffer", Severity::grave,
-        "nothing is left to share, so every burst beyond a minimum is dropped",
+        "nothing is left to share, so what goes beyond a minimum is dropped or paused",
         "lower the minimums" },
       noSharedBuffer },
     { { "minimum-not-counted", Severity::doubtful,
@@ -225,18 +241,7 @@ std::string Warning::text() const {
 }
 
 bool leaksAtOnce( const SwitchDocument & document ) {
-    U64 drops = 0;
-    for ( const auto & [pipe, counters] : document.counters ) {
-        if ( pipe > document.device.maxPipeId || !counters.block ) {
-            continue;
-        }
-        const auto found = counters.block->find( KelQos::blockLevelEpipePktDrop );
-        if ( found != counters.block->end() ) {
-            drops += std::min( found->second.value, most32 );
-        }
-    }
-    return document.bufferParams &&
-           std::min( drops, most32 ) >= document.bufferParams->leakThreshold;
+    return document.bufferParams && dropsOf( document ) >= document.bufferParams->leakThreshold;
 }
 
 Warnings warningsOf( const SwitchDocument & document, const BufferUse & use, std::size_t most ) {
