@@ -59,7 +59,7 @@ class AgentService {
     // Empty when it is too large to be worth keeping. While a change is being prepared beside the
     // loop it stays as it is.
     std::string text_;
-    DocumentCheck check_; // of the document that runs
+    DocumentCheck check_;    // of the document that runs
     bool signalled_ = false; // a reload that a signal asked for is under way
     bool signalledAgain_ = false;
 };

@@ -1,13 +1,9 @@
-#include "Host/Json/TextFile.h"
 #include "tests/Host/DocumentHelpers.h"
+#include "tests/Host/JsonSchema.h"
 
 #include <gtest/gtest.h>
 #include <regex>
 #include <set>
-#include <valijson/adapters/nlohmann_json_adapter.hpp>
-#include <valijson/schema.hpp>
-#include <valijson/schema_parser.hpp>
-#include <valijson/validator.hpp>
 
 using namespace KelHost;
 using KelHostTest::refusal;
@@ -36,27 +32,14 @@ constexpr std::string_view maximal = R"({
 
 class SwitchSchema : public testing::Test {
   protected:
-    SwitchSchema() : text_( Json::parse( readTextFile( "Host/Document/switch.schema.json" ) ) ) {
-        const valijson::adapters::NlohmannJsonAdapter adapter( text_ );
-        valijson::SchemaParser( valijson::SchemaParser::kDraft7 )
-            .populateSchema( adapter, schema_ );
-    }
-
-    bool accepts( const Json & document ) const {
-        valijson::Validator validator;
-        return validator.validate( schema_, valijson::adapters::NlohmannJsonAdapter( document ),
-                                   nullptr );
-    }
-
     // Schema and decoder answer the same; that answer is returned.
     bool agreed( const Json & document ) const {
         const std::string why = refusal( document.dump() );
-        EXPECT_EQ( accepts( document ), why.empty() ) << document << "\n" << why;
+        EXPECT_EQ( schema_.accepts( document ), why.empty() ) << document << "\n" << why;
         return why.empty();
     }
 
-    Json text_;
-    valijson::Schema schema_;
+    const KelHostTest::JsonSchema schema_{ "switch" };
 };
 
 // The pointers to every value inside `value`, itself included.
@@ -113,17 +96,18 @@ TEST_F( SwitchSchema, describesTheMembersThatTheDecoderKnowsAndNoOthers ) {
         }
     }
     std::set<std::string> schemaKnows;
-    for ( const Pointer & at : pointersOf( text_ ) ) {
+    for ( const Pointer & at : pointersOf( schema_.text() ) ) {
         const bool isMember = !at.empty() && !at.parent_pointer().empty() &&
                               at.parent_pointer().back() == "properties";
         if ( isMember && at.to_string().find( "/eightQueues/" ) == std::string::npos ) {
             schemaKnows.insert( at.back() );
-            EXPECT_FALSE( text_[at].value( "description", "" ).empty() ) << at;
-            const bool isNumber = text_[at].value( "type", "" ) == "integer" ||
-                                  text_[at].value( "type", "" ) == "number";
+            EXPECT_FALSE( schema_.text()[at].value( "description", "" ).empty() ) << at;
+            const bool isNumber = schema_.text()[at].value( "type", "" ) == "integer" ||
+                                  schema_.text()[at].value( "type", "" ) == "number";
             const std::regex unit( "Unit: |No unit" );
-            EXPECT_TRUE( !isNumber ||
-                         std::regex_search( text_[at]["description"].get<std::string>(), unit ) )
+            EXPECT_TRUE(
+                !isNumber ||
+                std::regex_search( schema_.text()[at]["description"].get<std::string>(), unit ) )
                 << at;
         }
     }
