@@ -107,7 +107,7 @@ std::string ask( const std::vector<std::string> & socketPaths, const Request & r
     if ( answer.text.ends_with( '\n' ) ) {
         answer.text.pop_back();
     }
-    throw std::runtime_error( answer.text );
+    throw AgentRefusal( answer.text );
 }
 
 Request feedRequest( const std::string & file ) {

@@ -21,6 +21,15 @@ std::string joined( std::string text, const std::vector<std::string> & words ) {
 
 const std::vector<std::string> documentWords{ "document" };
 
+// Name and text of the file that the agent would reload.
+std::string configOf( const std::vector<std::string> & socketPaths ) {
+    try {
+        return ask( socketPaths, { RequestKind::config } );
+    } catch ( const AgentRefusal & refusal ) {
+        throw DocumentError( refusal.what() ); // it cannot be read
+    }
+}
+
 // As a person reads it.
 std::string indented( const std::string & json ) {
     constexpr int blanks = 2;
@@ -88,7 +97,7 @@ int ClientSubcommands::run() const {
 
 // The counters of a document count only when an agent starts.
 int ClientSubcommands::rehearseReload() const {
-    const std::string config = ask( socketPaths(), { RequestKind::config } );
+    const std::string config = configOf( socketPaths() );
     const std::size_t nameEnd = std::min( config.find( '\n' ), config.size() );
     WrittenDocument after = writtenDocument(
         std::string_view( config ).substr( std::min( nameEnd + 1, config.size() ) ),

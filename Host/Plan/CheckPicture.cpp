@@ -21,22 +21,29 @@ constexpr F64 lineHeight = 22;
 constexpr std::array<const char *, 5> classes{ "minimums", "headroom", "fixed", "shared",
                                                "overflow" };
 
-// Colours that hold on white and on near black.
+// The colours of the parts hold on white and on near black. No variables: not everything that draws
+// a picture in a document knows them.
 constexpr const char * style = R"(<style>
-svg { --paper: #ffffff; --ink: #1c1f23; --faint: #5b636d; --line: #c9ced4 }
+text { font: 14px system-ui, sans-serif; fill: #1c1f23 }
+text.title { font-size: 18px; font-weight: 600 }
+text.head { font-weight: 600 }
+text.faint { fill: #5b636d }
+text.number { text-anchor: end; font-variant-numeric: tabular-nums }
+.paper { fill: #ffffff }
+.frame { fill: none; stroke: #c9ced4 }
+.mark { stroke: #1c1f23; stroke-width: 2 }
+.minimums { fill: #3a7bd5 }
+.headroom { fill: #16a3a3 }
+.fixed { fill: #8a8f98 }
+.shared { fill: #63b56b }
+.overflow { fill: #d8433b }
 @media (prefers-color-scheme: dark) {
-  svg { --paper: #16191d; --ink: #e9ecef; --faint: #a2abb5; --line: #454c55 }
+  text { fill: #e9ecef }
+  text.faint { fill: #a2abb5 }
+  .paper { fill: #16191d }
+  .frame { stroke: #454c55 }
+  .mark { stroke: #e9ecef }
 }
-.paper { fill: var(--paper) }
-text { fill: var(--ink); font: 14px system-ui, sans-serif }
-.title { font-size: 18px; font-weight: 600 }
-.head { font-weight: 600 }
-.faint { fill: var(--faint) }
-.number { text-anchor: end; font-variant-numeric: tabular-nums }
-.frame { fill: none; stroke: var(--line) }
-.minimums { fill: #3a7bd5 } .headroom { fill: #16a3a3 } .fixed { fill: #8a8f98 }
-.shared { fill: #63b56b } .overflow { fill: #d8433b }
-.mark { stroke: var(--ink); stroke-width: 2 }
 </style>
 )";
 
@@ -89,7 +96,7 @@ std::string directionPicture( Direction direction, const DirectionUse & use, F64
         textAt( margin + 72, y, "faint", summaryOf( use ) );
     y += 12;
     for ( const UsePart & part : parts ) {
-        text += rectangle( x( part.begin ), y, std::max( 1.0, x( part.end ) - x( part.begin ) ),
+        text += rectangle( x( part.begin ), y, std::max( 2.0, x( part.end ) - x( part.begin ) ),
                            barHeight, classes.at( static_cast<std::size_t>( part.kind ) ) );
     }
     text += rectangle( margin, y, barWidth, barHeight, "frame" );

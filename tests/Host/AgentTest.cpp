@@ -152,6 +152,54 @@ TEST_F( AgentTest, reloadsWholeOrNotAtAll ) {
     EXPECT_EQ( manager.next(), "STOPPING=1\n" );
 }
 
+TEST_F( AgentTest, saysWhatAReloadWouldDoAndDoesNotDoIt ) {
+    AgentProcess agent( config( {} ), socket );
+    agent.ready();
+    EXPECT_EQ( feed( agent, R"({ "0": { "queue": { "32": 9 } } })" ).status, 0 );
+    const Outcome before = agent.ask( { "show", "document" } );
+    EXPECT_TRUE( contains( before.out, "\"32\": 9" ) && contains( before.out, "\"drops\"" ) );
+    EXPECT_EQ( agent.ask( { "reload", "--dry-run", "--exit-code" } ).status, 0 );
+
+    config( { .minLimitCells = 2000 } );
+    const Outcome plan = agent.ask( { "reload", "--dry-run", "--exit-code" } );
+    EXPECT_EQ( plan.status, 3 );
+    EXPECT_TRUE( contains( plan.out, "group 8 of Ethernet1: minimum 1000 -> 2000 cells\n" ) );
+    EXPECT_TRUE( contains( plan.out, "\n1 change, 2 settings of the chip" ) ) << plan;
+    EXPECT_EQ( agent.ask( { "show", "document" } ), before );
+
+    folder.write( "switch.json", "{ \"ports\": 1 }" );
+    const std::string refusal = folder.file( "switch.json" ) + ": /ports: must be an object\n";
+    EXPECT_EQ( agent.ask( { "reload", "--dry-run" } ), ( Outcome{ 2, "", refusal } ) );
+    std::filesystem::remove( folder.file( "switch.json" ) );
+    EXPECT_EQ( agent.ask( { "reload", "--dry-run" } ).status, 2 );
+    EXPECT_EQ( agent.ask( { "reload", "--calls" } ).status, 2 );
+    EXPECT_EQ( agent.stop(), 0 );
+    EXPECT_FALSE( contains( agent.log(), "reload" ) ); // nothing has happened
+}
+
+TEST_F( AgentTest, tellsOnceWhatIsDoubtful ) {
+    const auto write = [this]( unsigned minimum, const char * more = "" ) {
+        return folder.write( "switch.json",
+                             R"({ "bufferParams": { "totalCellsAvailableForIngress": 10000 },
+            "ports": { "Ethernet1": { "portIndex": 4, "qos": { "ppgs": { "8": {}, "3": {
+                "minLimitCells": )" +
+                                 std::to_string( minimum ) + " }" + more + " } } } } }" );
+    };
+    AgentProcess agent( write( 7 ), socket );
+    EXPECT_TRUE( contains( agent.logUpTo( "listening" ), "minimum-not-counted" ) );
+    EXPECT_TRUE( agent.ask( { "reload" } ).out.ends_with( "take its minimum away\n" ) );
+    write( 7, R"(, "0": {})" );
+    const std::string answer = agent.ask( { "reload" } ).out;
+    EXPECT_TRUE( contains( answer, "\n2 warnings:\n/ports/Ethernet1/qos/ppgs/3: minimum-not-" ) )
+        << answer;
+    write( 0 );
+    EXPECT_FALSE( contains( agent.ask( { "reload" } ).out, "warning" ) );
+    EXPECT_EQ( agent.stop(), 0 );
+    const std::string log = agent.log();
+    EXPECT_TRUE( contains( log, "group-zero" ) );
+    EXPECT_FALSE( contains( log, "minimum-not-counted" ) );
+}
+
 TEST_F( AgentTest, noClientDisturbsOthersOrTimers ) {
     const std::string ask = encoded( Request{ RequestKind::command, "show tm" } );
     AgentProcess agent( config( {} ), socket );

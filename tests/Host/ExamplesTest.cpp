@@ -1,3 +1,4 @@
+#include "Host/Json/TextFile.h"
 #include "tests/Host/KelqosProcess.h"
 
 #include <cstdio>
@@ -41,6 +42,18 @@ TEST( Examples, reservationsFit ) {
         EXPECT_NE( log.find( "Shared cell count: " ), std::string::npos ) << name;
         EXPECT_EQ( log.find( "Shared cell count: 0\\n" ), std::string::npos ) << name;
     }
+}
+
+TEST( Examples, theDocsShowThePictureOfTheLeaf ) {
+    const TestSupport::TempFolder folder;
+    const std::string picture = folder.file( "leaf.svg" );
+    const auto outcome =
+        KelHostTest::runKelqos( { "check", "examples/leaf.json", "--svg", picture } );
+    EXPECT_EQ( outcome.status, 0 );
+    EXPECT_TRUE( KelHost::readTextFile( picture ) ==
+                 KelHost::readTextFile( "docs/leaf-buffer.svg" ) );
+    EXPECT_EQ( KelHostTest::runKelqos( { "check", "examples/leaf.json", "--svg", "/" } ).status,
+               1 );
 }
 
 TEST( Examples, fullChipIsWhatItsGeneratorWrites ) {
