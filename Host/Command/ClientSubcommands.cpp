@@ -3,6 +3,7 @@
 #include "Host/Agent/SocketPath.h"
 #include "Host/Command/Client.h"
 #include "Host/Command/StandardOutput.h"
+#include "Host/Json/DocumentError.h"
 #include "Host/Json/JsonReader.h"
 #include "Host/Json/JsonTree.h"
 
