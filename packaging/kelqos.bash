@@ -14,7 +14,7 @@ _kelqos_show() {
     local socket=$1
     shift
     case "$*" in
-        "") printf '%s\n' tm buf ;;
+        "") printf '%s\n' tm buf document ;;
         tm) printf '%s\n' intf queue blocklevel nonzero ;;
         "tm queue") printf '%s\n' status ;;
         "tm intf") _kelqos_interfaces "$socket" ;;
@@ -30,7 +30,7 @@ _kelqos() {
     COMPREPLY=()
 
     case $previous in
-        --config | --socket)
+        --config | --socket | --svg)
             mapfile -t COMPREPLY < <(compgen -f -- "$current")
             return
             ;;
@@ -41,7 +41,7 @@ _kelqos() {
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
             --socket) socket=${COMP_WORDS[++i]} ;;
-            --config | --trace) ((++i)) ;;
+            --config | --trace | --svg) ((++i)) ;;
             -*) ;;
             *)
                 if [[ $subcommand ]]; then
@@ -54,14 +54,17 @@ _kelqos() {
     done
 
     case $subcommand in
-        "") candidates="agent clear feed play reload ring show --help --version" ;;
+        "") candidates="agent check clear diff feed play reload ring show --help --version" ;;
         agent) candidates="--config --socket --trace --foreground --supervise --help" ;;
         play) candidates="--trace --help" ;;
+        check) candidates="--json --svg --help" ;;
+        diff) candidates="--json --calls --exit-code --help" ;;
+        reload) candidates="--dry-run --json --calls --exit-code --socket --help" ;;
         show) candidates="$(_kelqos_show "$socket" "${words[@]}") --socket --help" ;;
         clear) candidates="$( ((${#words[@]})) || echo counters ) --socket --help" ;;
         *) candidates="--socket --help" ;;
     esac
-    if [[ $subcommand == @(play|feed) && $current != -* ]]; then
+    if [[ $subcommand == @(play|feed|check|diff) && $current != -* ]]; then
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
     fi
