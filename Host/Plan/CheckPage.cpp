@@ -20,7 +20,7 @@ constexpr std::array<Ink, 5> inks{ { { '#', "█", Colour::blue },
                                      { '=', "▓", Colour::cyan },
                                      { '+', "▒", Colour::grey },
                                      { '.', "░", Colour::green },
-                                     { '!', "█", Colour::red } } };
+                                     { '!', "▞", Colour::red } } };
 constexpr const Ink & inkOf( PartKind kind ) { return inks.at( static_cast<std::size_t>( kind ) ); }
 
 std::string drawn( PartKind kind, std::size_t columns, const PageStyle & style ) {

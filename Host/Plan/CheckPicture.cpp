@@ -102,8 +102,8 @@ std::string directionPicture( Direction direction, const DirectionUse & use, F64
     text += rectangle( margin, y, barWidth, barHeight, "frame" );
     if ( !use.fits() ) {
         const std::string end = at( x( use.capacityCells ) );
-        text += "<line class=\"mark\" x1=\"" + end + "\" x2=\"" + end + "\" y1=\"" + at( y - 5 ) +
-                "\" y2=\"" + at( y + barHeight + 5 ) + "\"/>\n";
+        text += R"(<line class="mark" x1=")" + end + R"(" x2=")" + end + R"(" y1=")" + at( y - 5 ) +
+                R"(" y2=")" + at( y + barHeight + 5 ) + "\"/>\n";
     }
     y += barHeight + 4;
     for ( const UsePart & part : parts ) {
@@ -128,9 +128,9 @@ std::string pictureOf( const DocumentCheck & check ) {
     body += directionPicture( Direction::egress, check.use.egress, y );
     y += margin;
     const std::string size = at( width ) + " " + at( y );
-    return "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + size + "\" width=\"" +
-           at( width ) + "\" height=\"" + at( y ) +
-           "\" role=\"img\" aria-labelledby=\"title\">\n<title id=\"title\">Packet buffer of " +
+    return R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 )" + size + R"(" width=")" +
+           at( width ) + R"(" height=")" + at( y ) +
+           R"(" role="img" aria-labelledby="title"><title id="title">Packet buffer of )" +
            escaped( title ) + "</title>\n" + style + rectangle( 0, 0, width, y, "paper" ) + body +
            "</svg>\n";
 }

@@ -256,8 +256,8 @@ class Comparison {
 
 } // namespace
 
-ChipSnapshot::ChipSnapshot( const KelModel::ChipState & chip, const SwitchRuntime & runtime )
-    : state( chip ) {
+ChipSnapshot::ChipSnapshot( KelModel::ChipState chip, const SwitchRuntime & runtime )
+    : state( std::move( chip ) ) {
     for ( const auto & [name, port] : runtime.document().ports ) {
         interfaces.emplace( port.portIndex, name );
     }

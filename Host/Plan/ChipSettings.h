@@ -14,7 +14,7 @@ namespace KelHost {
 // What a modelled chip holds at one moment, and what its parts are called.
 struct ChipSnapshot {
     ChipSnapshot() = default; // a chip that nobody has programmed
-    ChipSnapshot( const KelModel::ChipState & chip, const SwitchRuntime & runtime );
+    ChipSnapshot( KelModel::ChipState chip, const SwitchRuntime & runtime );
 
     KelModel::ChipState state;
     // Handles of the groups that were allocated, by port number and group.

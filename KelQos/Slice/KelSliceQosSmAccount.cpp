@@ -9,7 +9,7 @@ using KelPortTypes::PortIndex;
 namespace {
 
 // Two jumbo packets may still be on their way before the far end of a link obeys a pause.
-constexpr U64 pauseHeadroom = 2 * TmConfigConstants::tofinoJumboPktCells();
+constexpr U64 pauseHeadroom = U64{ 2 } * TmConfigConstants::tofinoJumboPktCells();
 
 } // namespace
 
