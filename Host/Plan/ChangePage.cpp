@@ -94,7 +94,7 @@ std::string count( std::size_t number, const std::string & what ) {
 
 std::string pageOf( const ChangePlan & plan, const std::string & before, const std::string & after,
                     bool calls, const PageStyle & style ) {
-    std::string text = before + " -> " + after + "\n";
+    std::string text = fileText( before ) + " -> " + fileText( after ) + "\n";
     if ( plan.changes.empty() ) {
         return text + "\nthe same meaning: nothing would change\n";
     }

@@ -151,7 +151,7 @@ std::string warningsPage( const Warnings & warnings, const PageStyle & style ) {
 
 std::string pageOf( const DocumentCheck & check, const PageStyle & style ) {
     const bool fits = check.use.fits();
-    return check.file + ": " +
+    return fileText( check.file ) + ": " +
            coloured( fits ? "fits" : "does not fit", fits ? Colour::green : Colour::red, style ) +
            "\n" + directionPage( Direction::ingress, check.use.ingress, style ) +
            directionPage( Direction::egress, check.use.egress, style ) +

@@ -1,5 +1,9 @@
 #include "Host/Plan/PageStyle.h"
 
+#include "Host/Json/MessageText.h"
+
+#include <algorithm>
+
 namespace KelHost {
 
 std::string grouped( U64 number ) {
@@ -10,6 +14,11 @@ std::string grouped( U64 number ) {
         text.insert( at, 1, ',' );
     }
     return text;
+}
+
+std::string fileText( std::string_view file ) {
+    constexpr std::size_t most = 300; // bytes
+    return shown( file, most );
 }
 
 std::string leftAligned( std::string_view text, std::size_t width ) {

@@ -29,6 +29,9 @@ inline std::string coloured( std::string_view text, Colour colour, const PageSty
 // 266240 as "266,240".
 std::string grouped( U64 number );
 
+// The name of a file as a terminal may see it.
+std::string fileText( std::string_view file );
+
 // Filled with blanks to a width.
 std::string leftAligned( std::string_view text, std::size_t width );
 std::string rightAligned( std::string_view text, std::size_t width );
