@@ -1,6 +1,6 @@
 #include "Host/Plan/CheckPicture.h"
 
-#include "Host/Json/MessageText.h"
+#include "Host/Plan/PageStyle.h"
 #include "Host/Plan/UseParts.h"
 
 #include <algorithm>
@@ -49,7 +49,7 @@ text.number { text-anchor: end; font-variant-numeric: tabular-nums }
 
 std::string escaped( std::string_view text ) {
     std::string result;
-    for ( const char c : shown( text, 300 ) ) {
+    for ( const char c : text ) {
         switch ( c ) {
         case '&':
             result += "&amp;";
@@ -120,7 +120,8 @@ std::string directionPicture( Direction direction, const DirectionUse & use, F64
 } // namespace
 
 std::string pictureOf( const DocumentCheck & check ) {
-    const std::string title = check.file + ( check.use.fits() ? ": fits" : ": does not fit" );
+    const std::string title =
+        fileText( check.file ) + ( check.use.fits() ? ": fits" : ": does not fit" );
     F64 y = margin + 14;
     std::string body = textAt( margin, y, "title", title );
     y -= lineHeight / 2;
