@@ -74,7 +74,8 @@ void AgentService::act( Request & request, const Reply & reply ) {
     case RequestKind::document:
         return lookUp( [this] { return documentText( runtime_.document() ); }, reply );
     case RequestKind::config:
-        return lookUp( [this] { return file_ + '\n' + readTextFile( file_ ); }, reply );
+        return lookUp( [this] { return shown( file_, 300 ) + '\n' + readTextFile( file_ ); },
+                       reply );
     }
     reply( refused( "unknown request" ) );
 }

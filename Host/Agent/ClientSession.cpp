@@ -1,5 +1,6 @@
 #include "Host/Agent/ClientSession.h"
 
+#include <algorithm>
 #include <new>
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -9,6 +10,9 @@ namespace KelHost {
 namespace {
 
 constexpr std::size_t pieceBytes = 65536;
+
+// A client that reads as fast as it is sent to leaves room for the others.
+constexpr std::size_t bytesOfATurn = 1 << 18;
 
 bool isTransient( int error ) { return error == EAGAIN || error == EINTR; }
 
@@ -29,7 +33,8 @@ void ClientSession::handleEvents( U32 events ) {
         return;
     }
     const bool gone = ( events & ( EPOLLERR | EPOLLHUP ) ) != 0;
-    if ( gone || ( state_ == State::answering && ( !send() || sent_ == answer_.size() ) ) ) {
+    if ( gone ||
+         ( state_ == State::answering && ( !send( bytesOfATurn ) || sent_ == answer_.size() ) ) ) {
         owner_.ended( *this );
     }
 }
@@ -78,14 +83,14 @@ void ClientSession::handleRequest( RequestReader::State state ) {
     }
 }
 
-void ClientSession::reply( const Answer & answer ) {
+void ClientSession::reply( Answer answer ) {
     reader_ = RequestReader();
     pending_ = 0;
     beats_ = 0;
-    answer_ = encoded( answer );
+    answer_ = encoded( std::move( answer ) );
     activeTurn_ = loop_.turn();
     state_ = State::answering;
-    if ( !send() || sent_ == answer_.size() ) {
+    if ( !send( bytesOfATurn ) || sent_ == answer_.size() ) {
         owner_.ended( *this );
         return;
     }
@@ -100,9 +105,10 @@ void ClientSession::beat() {
     }
 }
 
-bool ClientSession::send() {
-    while ( sent_ < answer_.size() ) {
-        const ssize_t count = ::send( socket_.get(), answer_.data() + sent_, answer_.size() - sent_,
+bool ClientSession::send( std::size_t most ) {
+    const std::size_t end = std::min( most, answer_.size() - sent_ ) + sent_;
+    while ( sent_ < end ) {
+        const ssize_t count = ::send( socket_.get(), answer_.data() + sent_, end - sent_,
                                       MSG_NOSIGNAL | MSG_DONTWAIT );
         if ( count < 0 ) {
             return isTransient( errno );
@@ -116,7 +122,7 @@ bool ClientSession::send() {
 
 void ClientSession::flush() {
     if ( state_ == State::answering ) {
-        (void)send();
+        (void)send( answer_.size() );
     }
 }
 

@@ -52,7 +52,7 @@ class ClientSession {
     // Reads what is there. May end the session.
     void receive();
     // Answers the request, or refuses to wait for the rest of it. May end the session.
-    void reply( const Answer & answer );
+    void reply( Answer answer );
     // A beat has passed. May end the session.
     void beat();
     // Sends as much of the answer as the client takes now. The session goes on, whether or not that
@@ -63,8 +63,8 @@ class ClientSession {
     void handleEvents( U32 events );
     void receivePiece();
     void handleRequest( RequestReader::State state );
-    // Returns false when the client is gone.
-    bool send();
+    // Sends so many bytes at most. Returns false when the client is gone.
+    bool send( std::size_t most );
 
     U64 number_;
     FileDescriptor socket_;

@@ -165,11 +165,11 @@ void CommandServer::serve( Waiting && waiting ) {
     std::string command =
         waiting.request.kind == RequestKind::command ? waiting.request.body : std::string();
     answerer_( std::move( waiting.request ),
-               [this, number = waiting.number, command]( const Answer & answer ) {
+               [this, number = waiting.number, command]( Answer answer ) {
                    if ( !command.empty() ) {
                        noteSize( command, answer.text.size() );
                    }
-                   reply( number, answer );
+                   reply( number, std::move( answer ) );
                } );
 }
 
@@ -181,11 +181,11 @@ void CommandServer::noteSize( const std::string & command, std::size_t size ) {
     answerSizes_[command] = size;
 }
 
-void CommandServer::reply( U64 number, const Answer & answer ) {
+void CommandServer::reply( U64 number, Answer answer ) {
     if ( ClientSession * session = find( number ) ) {
         makeRoomForAnswer( answer.text.size() );
         try {
-            session->reply( answer );
+            session->reply( std::move( answer ) );
         } catch ( const std::bad_alloc & ) {
             session->reply( { AnswerStatus::refused, "out of memory" } );
         }

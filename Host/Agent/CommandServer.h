@@ -66,7 +66,7 @@ class CommandServer final : private ClientSession::Owner {
     bool somebodyWaits() const;
     // Whether one more client can be served, if need be after another one has gone.
     bool makeRoom();
-    void reply( U64 number, const Answer & answer );
+    void reply( U64 number, Answer answer );
     // Drops those who have not read for longest until so many more bytes may be kept.
     void makeRoomForAnswer( std::size_t bytes );
     // The one in that state that has got nowhere for longest; null when there is none.

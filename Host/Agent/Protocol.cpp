@@ -35,9 +35,8 @@ constexpr std::array<KindOfRequest, 7> kinds = { {
 // By AnswerStatus.
 constexpr std::array<std::string_view, 2> statuses = { "done", "refused" };
 
-std::string frame( std::string_view word, const std::string & body ) {
-    std::string text( word );
-    return text.append( " " ).append( std::to_string( body.size() ) ).append( "\n" ).append( body );
+std::string header( std::string_view word, std::size_t size ) {
+    return std::string( word ).append( " " ).append( std::to_string( size ) ).append( "\n" );
 }
 
 } // namespace
@@ -45,11 +44,13 @@ std::string frame( std::string_view word, const std::string & body ) {
 std::size_t bodyLimit( RequestKind kind ) { return kinds[static_cast<std::size_t>( kind )].limit; }
 
 std::string encoded( const Request & request ) {
-    return frame( kinds[static_cast<std::size_t>( request.kind )].word, request.body );
+    return header( kinds[static_cast<std::size_t>( request.kind )].word, request.body.size() ) +
+           request.body;
 }
 
-std::string encoded( const Answer & answer ) {
-    return frame( statuses[static_cast<std::size_t>( answer.status )], answer.text );
+std::string encoded( Answer answer ) {
+    return std::move( answer.text.insert(
+        0, header( statuses[static_cast<std::size_t>( answer.status )], answer.text.size() ) ) );
 }
 
 FrameReader::State FrameReader::add( std::string_view bytes ) {

@@ -21,7 +21,7 @@ enum class RequestKind : U8 {
     clearCounters, // counters count from now on
     ring,          // answer: the ring-buffer trace
     document,      // answer: the document that runs (JSON), its counters included
-    config,        // answer: the name of the configuration file, a line end, what is in it
+    config,        // answer: the name of the configuration file, a line end, its text
 };
 
 struct Request {
@@ -42,7 +42,8 @@ struct Answer {
 std::size_t bodyLimit( RequestKind kind );
 
 std::string encoded( const Request & request );
-std::string encoded( const Answer & answer );
+// A large answer is not copied.
+std::string encoded( Answer answer );
 
 // Reads one header line and its body piece by piece, wherever they are cut. Anything after the body
 // is ignored.

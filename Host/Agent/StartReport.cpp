@@ -52,7 +52,7 @@ void reportWarnings( const AgentLog & log, const Warnings & before, const Warnin
     }
     if ( now.count > now.first.size() && now.count != before.count ) {
         log.warning( "and " + std::to_string( now.count - now.first.size() ) +
-                     " more warnings, which `check` tells" );
+                     " more warnings; kelqos check tells them all" );
     }
 }
 
