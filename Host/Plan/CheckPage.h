@@ -11,4 +11,7 @@ namespace KelHost {
 // reserves most (or has to give, when it does not fit), the warnings.
 std::string pageOf( const DocumentCheck & check, const PageStyle & style );
 
+// One JSON object, and a line end.
+std::string jsonOf( const DocumentCheck & check );
+
 } // namespace KelHost

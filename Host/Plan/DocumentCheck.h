@@ -23,7 +23,4 @@ DocumentCheck checkOf( const SwitchDocument & document, const std::string & file
 // is what errors call it.
 DocumentCheck checkOf( std::string_view text, const std::string & file );
 
-// One JSON object, and a line end.
-std::string jsonOf( const DocumentCheck & check );
-
 } // namespace KelHost

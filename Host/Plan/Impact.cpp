@@ -79,7 +79,8 @@ MemberImpact always( const Place & ) {
 
 // Ports with PFC are given the map once for each class that changes, unless one is unmapped then.
 MemberImpact classMap( const Place & place ) {
-    const auto & [before, after] = std::pair( place.way().before, place.way().after );
+    const SwitchDocument & before = place.way().before;
+    const SwitchDocument & after = place.way().after;
     const bool pfc = std::ranges::any_of( before.ports, []( const auto & entry ) {
         return entry.second.qos && entry.second.qos->flowControlType == FlowControl::pfc;
     } );

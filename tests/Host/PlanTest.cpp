@@ -1,7 +1,7 @@
 #include "Host/Document/DocumentTransition.h"
 #include "Host/Document/SwitchDocumentEncoder.h"
 #include "Host/Plan/ChangePage.h"
-#include "Host/Plan/DocumentCheck.h"
+#include "Host/Plan/CheckPage.h"
 #include "Host/Plan/ModelledChip.h"
 #include "Host/Play/Player.h"
 #include "Host/Switch/AnswerFile.h"
