@@ -6,57 +6,6 @@ namespace KelQos {
 
 using KelPortTypes::PortIndex;
 
-namespace {
-
-// Two jumbo packets may still be on their way before the far end of a link obeys a pause.
-constexpr U64 pauseHeadroom = U64{ 2 } * TmConfigConstants::tofinoJumboPktCells();
-
-} // namespace
-
-Reservation Reservation::ofPort( FlowControlType flowControl ) {
-    return { .headroomCells = flowControl == flowControlTypeLinkPause ? pauseHeadroom : 0 };
-}
-
-Reservation Reservation::ofPpg( FlowControlType flowControl, U8 internalCosBmp, bool pfcEnabled,
-                                U32 minLimitCells ) {
-    if ( internalCosBmp == 0 ) {
-        return {};
-    }
-    const bool pauses = flowControl == flowControlTypePfc && pfcEnabled;
-    return {
-        .numPpgs = 1, .ppgMinCells = minLimitCells, .headroomCells = pauses ? pauseHeadroom : 0 };
-}
-
-Reservation Reservation::ofTxQueue( U32 minLimitCells ) {
-    return { .numTxQs = 1, .txQMinCells = minLimitCells };
-}
-
-U64 Reservation::ingressCells( U32 minLimitCellsForMirroring ) const {
-    return ppgMinCells + headroomCells + U64{ mirrorPipes } * minLimitCellsForMirroring;
-}
-
-U64 Reservation::egressCells() const {
-    return txQMinCells + TmConfigConstants::multicastReservedPoolCellCount();
-}
-
-Reservation & Reservation::operator+=( const Reservation & other ) {
-    numPpgs += other.numPpgs;
-    ppgMinCells += other.ppgMinCells;
-    headroomCells += other.headroomCells;
-    numTxQs += other.numTxQs;
-    txQMinCells += other.txQMinCells;
-    return *this;
-}
-
-Reservation & Reservation::operator-=( const Reservation & other ) {
-    numPpgs -= other.numPpgs;
-    ppgMinCells -= other.ppgMinCells;
-    headroomCells -= other.headroomCells;
-    numTxQs -= other.numTxQs;
-    txQMinCells -= other.txQMinCells;
-    return *this;
-}
-
 Reservation BufferAccount::walk( const TmIntfConfig & config ) {
     const FlowControlType flowControl = config.flowControlType();
     Reservation sum = Reservation::ofPort( flowControl );

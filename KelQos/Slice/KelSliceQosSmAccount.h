@@ -6,6 +6,13 @@
 
 namespace KelQos {
 
+// Each pipe has a port through which it copies mirrored packets.
+constexpr U32 mirrorPipes = 4;
+constexpr U32 defaultMinLimitCellsForMirroring = 480; // cells of each
+
+// Two jumbo packets may still be on their way before the far end of a link obeys a pause.
+constexpr U64 pauseHeadroom = U64{ 2 } * TmConfigConstants::tofinoJumboPktCells(); // cells
+
 // What a configuration reserves of the packet buffer, in true sums. The account of the chip, and
 // what it publishes, has 32 bits: there a sum of 2^32 cells or more wraps.
 struct Reservation {
@@ -17,24 +24,50 @@ struct Reservation {
 
     // The rules of the account: what a port reserves by its flow control, and what each of its
     // groups and queues adds.
-    static Reservation ofPort( FlowControlType flowControl );
+    static Reservation ofPort( FlowControlType flowControl ) {
+        return { .headroomCells = flowControl == flowControlTypeLinkPause ? pauseHeadroom : 0 };
+    }
     static Reservation ofPpg( FlowControlType flowControl, U8 internalCosBmp, bool pfcEnabled,
-                              U32 minLimitCells );
-    static Reservation ofTxQueue( U32 minLimitCells );
+                              U32 minLimitCells ) {
+        if ( internalCosBmp == 0 ) {
+            return {};
+        }
+        const bool pauses = flowControl == flowControlTypePfc && pfcEnabled;
+        return { .numPpgs = 1,
+                 .ppgMinCells = minLimitCells,
+                 .headroomCells = pauses ? pauseHeadroom : 0 };
+    }
+    static Reservation ofTxQueue( U32 minLimitCells ) {
+        return { .numTxQs = 1, .txQMinCells = minLimitCells };
+    }
 
     // Together with what is reserved whatever the configuration says: the minimums of the mirror
     // ports, and the multicast pool.
-    U64 ingressCells( U32 minLimitCellsForMirroring ) const;
-    U64 egressCells() const;
+    U64 ingressCells( U32 minLimitCellsForMirroring ) const {
+        return ppgMinCells + headroomCells + U64{ mirrorPipes } * minLimitCellsForMirroring;
+    }
+    U64 egressCells() const {
+        return txQMinCells + TmConfigConstants::multicastReservedPoolCellCount();
+    }
 
-    Reservation & operator+=( const Reservation & other );
-    Reservation & operator-=( const Reservation & other );
+    Reservation & operator+=( const Reservation & other ) {
+        numPpgs += other.numPpgs;
+        ppgMinCells += other.ppgMinCells;
+        headroomCells += other.headroomCells;
+        numTxQs += other.numTxQs;
+        txQMinCells += other.txQMinCells;
+        return *this;
+    }
+    Reservation & operator-=( const Reservation & other ) {
+        numPpgs -= other.numPpgs;
+        ppgMinCells -= other.ppgMinCells;
+        headroomCells -= other.headroomCells;
+        numTxQs -= other.numTxQs;
+        txQMinCells -= other.txQMinCells;
+        return *this;
+    }
     friend bool operator==( const Reservation &, const Reservation & ) = default;
 };
-
-// Each pipe has a port through which it copies mirrored packets.
-constexpr U32 mirrorPipes = 4;
-constexpr U32 defaultMinLimitCellsForMirroring = 480; // cells of each
 
 // Keeps the reservation of all interfaces: it has a sum per interface, and sums again only those
 // that changed since it was last asked. The result is always exactly that of a walk over the
