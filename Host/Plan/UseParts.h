@@ -28,7 +28,7 @@ std::vector<UsePart> partsOf( Direction direction, const DirectionUse & use );
 std::string cellsText( U64 cells ); // "5,568 cells"
 std::string bytesText( U64 cells ); // "445,440 bytes"
 
-// "14,912 of 266,240 cells are reserved, 251,328 are left to share".
+// "14,912 of 266,240 cells reserved, 251,328 left to share".
 std::string summaryOf( const DirectionUse & use );
 
 } // namespace KelHost
