@@ -7,7 +7,9 @@
 #include "Host/Plan/CheckPicture.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <system_error>
 
 namespace KelHost {
@@ -76,6 +78,10 @@ int PlanSubcommands::run() const {
 int PlanSubcommands::check() const {
     const DocumentCheck check = checkOf( readInput( file_ ), inputName( file_ ) );
     if ( !picture_.empty() ) {
+        std::error_code missing; // one of them: then they are two
+        if ( std::filesystem::equivalent( file_, picture_, missing ) ) {
+            throw std::runtime_error( "the picture would take the place of the document " + file_ );
+        }
         writePicture( picture_, pictureOf( check ) );
     }
     const int status = writeAnswer( json_ ? jsonOf( check ) : pageOf( check, outputStyle() ) );

@@ -66,8 +66,8 @@ constexpr std::size_t bytesWidth = 25;
 constexpr std::size_t nameWidth = pageWidth - cellsWidth - bytesWidth - 4;
 
 std::string numbers( U64 cells ) {
-    return rightAligned( cellsText( cells ), cellsWidth ) +
-           rightAligned( bytesText( cells ), bytesWidth ) + "\n";
+    return rightAligned( cellsText( cells ), cellsWidth ) + " " +
+           rightAligned( bytesText( cells ), bytesWidth - 1 ) + "\n";
 }
 
 // A name that is too long for its column has a line of its own.

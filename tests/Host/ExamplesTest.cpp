@@ -57,6 +57,10 @@ TEST( Examples, checkDrawsThePictureOfTheDocsOrSaysThatItCannotAnswer ) {
     const std::vector<std::string> check{ "check", "examples/leaf.json" };
     EXPECT_EQ( KelHostTest::runKelqos( check, full.get() ).status, 1 );
     EXPECT_EQ( KelHostTest::runKelqos( { check[0], check[1], "--svg", "/" } ).status, 1 );
+    const std::string document = folder.file( "leaf.json" );
+    std::filesystem::copy_file( check[1], document );
+    EXPECT_EQ( KelHostTest::runKelqos( { check[0], document, "--svg", document } ).status, 1 );
+    EXPECT_TRUE( KelHost::readTextFile( document ) == KelHost::readTextFile( check[1] ) );
 }
 
 TEST( Examples, fullChipIsWhatItsGeneratorWrites ) {
